@@ -1,0 +1,15 @@
+# The warnings that every target of this project compiles without. They are errors for developers
+# only (the presets set RAIKLAIK_WERROR), so that a newer compiler never breaks a plain build.
+
+option(RAIKLAIK_WERROR "Treat compiler warnings as errors" OFF)
+
+add_library(raiklaik_warnings INTERFACE)
+target_compile_options(
+    raiklaik_warnings
+    INTERFACE -Wall
+              -Wextra
+              -Wpedantic
+              -Wconversion
+              -Wshadow
+              -Wnon-virtual-dtor
+              $<$<BOOL:${RAIKLAIK_WERROR}>:-Werror>)

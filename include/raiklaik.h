@@ -1,0 +1,354 @@
+#pragma once
+
+// raiklaik: the SIP trunk configuration of a telephony device.
+//
+// A SIP trunk links two devices: a master, which accepts registrations, and a slave, which
+// registers to it. One device may be both. The trunks live in a text file, the trunk database; this
+// library is the one component that reads and writes it. docs/database.md describes the file.
+
+#include <sys/timeb.h>
+
+#include <cstdint>
+#include <ctime>
+#include <list>
+#include <string>
+#include <vector>
+
+#include "support/log_stream.h"
+#include "support/thread_mutex.h"
+
+class Semaphore;
+
+/// The scope of the records that cross the library's interface.
+///
+/// A field bears the name of the database key that it mirrors and holds the key's text as stored; a
+/// bool mirrors a key stored as "1" or "0". Records are plain values: they own their strings.
+class CSIPTrunkBase {
+  public:
+    /// One trunk definition.
+    struct STParamsRecord {
+        std::string trunk_name;         ///< the trunk's name, by which it is found
+        std::string user_name;          ///< account used on the trunk
+        std::string password;           ///< the account's password, plain text
+        std::string remote_ip;          ///< "master_ip" of a trunk to a master, else "slave_ip"
+        std::string remote_port;        ///< "master_port" or "slave_port", decimal text
+        std::string registration_date;  ///< MM/DD/YYYY, empty when not registered
+        std::string registration_time;  ///< HH:MM:SS, empty when not registered
+        std::string
+            trunk_type;  ///< "1": trunk to a master; all else: trunk for a slave, stored as "0"
+        bool sym_nat = false;  ///< symmetric NAT at the slave's end; trunk for a slave only
+        bool registration_status = false;  ///< registration switched on; trunk to a master only
+    };
+
+    /// One slave's registration at this device.
+    struct STRegistrationParam {
+        std::string user_name;   ///< account under which the slave registers; selects the trunk
+        std::string password;    ///< the account's password
+        std::string slave_ip;    ///< address from which the slave registered
+        std::string slave_port;  ///< port from which the slave registered, decimal text
+    };
+
+    /// The parameters with which this device registers at a master, live or as saved.
+    struct STRegistrationFields {
+        std::string user_name;    ///< account at the master
+        std::string password;     ///< its password
+        std::string master_ip;    ///< the master's address
+        std::string master_port;  ///< the master's port, decimal text
+        bool registration_status =
+            false;  ///< registration switched on; set from the live ones only
+    };
+
+    /// One account that slaves may use to register at this device.
+    struct STAccessibleUser {
+        std::string trunk_name;
+        std::string user_name;
+        std::string password;
+    };
+
+    /// One master at which this device is to register.
+    struct STAccessibleSlave {
+        std::string trunk_name;
+        std::string user_name;             ///< account at the master
+        std::string password;              ///< its password
+        std::string master_ip;             ///< the master's address
+        std::string master_port;           ///< the master's port, decimal text
+        bool registration_status = false;  ///< handed out false
+        std::int32_t aux_value = 0;        ///< free for the caller; the library only copies it
+        bool aux_flag = false;             ///< free for the caller; the library only copies it
+    };
+
+    /// The two agents' switches.
+    struct STAgentStates {
+        bool siptrunk_slave_enabled = false;   ///< the agent that registers at masters
+        bool siptrunk_master_enabled = false;  ///< the agent that accepts slaves
+    };
+
+    /// One trunk in a list of states.
+    struct STTrunkState {
+        std::string trunk_name;
+        bool active = false;  ///< true when the trunk has a registration date
+    };
+
+    /// Whether a trunk's registration is in force.
+    enum SIPTrunkActivity : std::int32_t {
+        TRUNK_ACTIVE = 0,    ///< the trunk has a registration date
+        TRUNK_INACTIVE = 1,  ///< the trunk has none, or an empty one
+        TRUNK_NOT_FOUND = 2  ///< no trunk has the name
+    };
+};
+
+/// A log for the library's lines and the application's own, safe for all threads.
+///
+/// Each line begins with the local time, "14:05:09.042  ", and within the same second with blanks
+/// instead of the repeated part, "        .043  ". Lines of several processes on one file never
+/// mix.
+class __attribute__((visibility("default"))) CSIPTrunkLogger {
+  public:
+    /// Opens the log file `name` for appending; a new one gets the mode 0640 less the umask.
+    /// Throws std::system_error, whose text names the path, when it cannot be opened.
+    explicit CSIPTrunkLogger(const char* name);
+    virtual ~CSIPTrunkLogger();
+    CSIPTrunkLogger(const CSIPTrunkLogger&) = delete;
+    CSIPTrunkLogger& operator=(const CSIPTrunkLogger&) = delete;
+
+    /// Writes one line.
+    /// level   1 for errors, 3 for information; every level is written
+    /// format  of printf's kind; ends in a line feed, since none is added. Other control
+    /// characters,
+    ///         also those in arguments, are written as \xNN.
+    /// A line that the disk does not take is tried anew with the next one, and never reported.
+    /// Throws a std::exception when the line cannot be made, above all without memory.
+    __attribute__((format(printf, 3, 4))) void TRACE(unsigned char level, const char* format, ...);
+
+    /// Makes the time prefix of this moment, and takes note of its second for the next one. Unlike
+    /// TRACE, not to be called while another thread uses the logger.
+    std::string FormatTime();
+
+  private:
+    LogStream m_stream;
+    ThreadMutex m_mutex;
+    struct timeb m_clock;         // the last reading
+    std::time_t m_lastSecond;     // of the last full prefix
+    std::int32_t m_prefixLength;  // length of that prefix up to the milliseconds
+};
+
+/// The trunk configuration of the device: every query and every change is one member function.
+///
+/// Each operation blocks until it holds the lock that all processes of the device share, loads the
+/// file afresh, works, saves the whole file when it changes something, and releases the lock. So
+/// each is atomic towards all others, in any thread and process, and several objects are as good as
+/// one. Nothing holds the lock between two operations.
+///
+/// Common to all operations:
+/// - Files: the base directory is the environment variable QORV_PATH as it stands, so that its
+/// value
+///   ends in "/", or "/etc/qorv-conf/" when it is not set; it is read by each operation. The trunk
+///   database is "telephony/siptrunkdb" below it.
+/// - Failures: nothing leaves an operation as an exception (of the std::exception family). A
+/// failure
+///   (file missing, unreadable or malformed, lock refused, disk full, memory short) gives the
+///   operation's failure value and one line "ERROR: cause" in the log, which names path and line
+///   and never a password. Not finding a trunk logs nothing.
+/// - On the disk: a result that tells of a save means that the new file survives a power cut. After
+///   a failure the file is as before, unless the ERROR line says that the new file is in place.
+/// - Texts are byte strings, compared whole, byte for byte. The first trunk in file order that
+///   matches is meant. An absent key reads as the empty text. At most 1023 bytes of a value are
+///   read. Texts are stored up to their first NUL; one with a line feed is refused as a failure.
+/// - Out-arguments are written even when the operation fails later, and flags are only ever set to
+///   true, except where it says otherwise. Records, lists and strings belong to the caller and must
+///   not be shared with another thread during the call.
+/// - Kinds: a trunk with "trunk_type" "1" is a trunk to a master; every other one is for a slave.
+class __attribute__((visibility("default"))) CSIPTrunkConfig {
+  public:
+    /// Makes a handle on the device's lock; touches no file.
+    /// logger  gets the progress and ERROR lines; may be null; stays the caller's and must outlive
+    ///         the object
+    /// Throws std::system_error when the kernel refuses the lock.
+    explicit CSIPTrunkConfig(CSIPTrunkLogger* logger);
+    virtual ~CSIPTrunkConfig();
+    CSIPTrunkConfig(const CSIPTrunkConfig&) = delete;
+    CSIPTrunkConfig& operator=(const CSIPTrunkConfig&) = delete;
+
+    // ---- Trunk definitions ----
+
+    /// Reads one trunk whole.
+    /// trunkName  the trunk's name
+    /// record     receives the trunk; of `sym_nat` and `registration_status` only the one of the
+    ///            trunk's kind, true when the stored text begins with "1". Untouched when no trunk
+    ///            has the name; after a failure some fields may be set
+    /// Returns true when the trunk was found and read; false when there is none, or on failure.
+    bool GetSIPTrunkParams(const std::string& trunkName, CSIPTrunkBase::STParamsRecord& record);
+
+    /// Lists the trunks of one kind, in file order.
+    /// trunks     each trunk is appended: name, user, address, port and stamp, for a slave's also
+    ///            `sym_nat`; never the password, type or registration status
+    /// trunkType  the exact "trunk_type"; a section without that key is in no list
+    /// flag       not used
+    /// Returns false on failure only; what was appended before it stays.
+    bool GetSIPTrunkParams(std::list<CSIPTrunkBase::STParamsRecord>& trunks, std::string trunkType,
+                           bool flag);
+
+    /// Lists the trunks that show a registration, in file order: those to a master with a
+    /// "registration_date" key, and those for a slave with a "slave_ip" key, even an empty one.
+    /// trunks  each trunk is appended: name, address and port, for a slave's also `sym_nat`; all
+    ///         else empty
+    /// Returns false on failure only; what was appended before it stays.
+    bool GetAllSIPTrunkParams(std::list<CSIPTrunkBase::STParamsRecord>& trunks);
+
+    /// Stores a trunk: adds one, or rewrites the one now named `trunkName`. Nothing is checked for
+    /// clashes (see CheckTrunk), and no key is removed: those of another kind stay.
+    /// trunkName          the stored name; empty adds a trunk at the end of the file, which is
+    ///                    created when missing
+    /// record             the new definition, only read; its `remote_ip` and `remote_port` count
+    /// for
+    ///                    a trunk to a master only, its stamp never
+    /// resetRegistration  true empties a slave's address and stamp; no effect on a trunk to a
+    /// master Returns true when the change is on the disk; false when no trunk has that name, or on
+    /// failure.
+    bool SetSIPTrunkParams(const std::string& trunkName, CSIPTrunkBase::STParamsRecord& record,
+                           bool resetRegistration);
+
+    /// Removes a trunk with all its keys.
+    /// trunkName          the trunk's name
+    /// checkRegistration  true looks at the trunk's "registration_status" first
+    /// wasRegistered      set to true when `checkRegistration` is true and that status begins with
+    ///                    "1"; never set to false
+    /// Returns true when the removal is on the disk; false when no trunk has that name, or on
+    /// failure.
+    bool DeleteTrunk(const std::string& trunkName, bool checkRegistration, bool& wasRegistered);
+
+    /// Tells whether a trunk that is to be stored would clash with another one.
+    /// currentName  the name of the trunk under edit, which is not compared; counts for an edit
+    /// only newName      the name to be stored userName     the user name to be stored operation
+    /// "op_edit" for an edit; everything else is an addition Returns 0 when both are free, 1 when
+    /// the name is taken, 2 when the user name is taken, 3 on failure. The first clash in file
+    /// order counts; a section without a key takes part as if it were empty.
+    int CheckTrunk(const std::string& currentName, const std::string& newName,
+                   const std::string& userName, const std::string& operation);
+
+    // ---- Trunks to a master ----
+
+    /// Lists whether trunks are active, in file order.
+    /// states     each trunk with a name is appended
+    /// trunkType  the exact "trunk_type", or "2" for all, also those without a type
+    /// Returns false on failure only; what was appended before it stays.
+    bool GetSIPTrunksState(std::list<CSIPTrunkBase::STTrunkState>& states,
+                           const std::string& trunkType);
+
+    /// Tells whether one trunk of any kind is active.
+    /// trunkName  the trunk's name
+    /// activity   receives the answer; look at it only when the result is true
+    /// Returns true, also for an unknown trunk; false on failure.
+    bool GetSIPTrunkState(const std::string& trunkName, CSIPTrunkBase::SIPTrunkActivity& activity);
+
+    /// Tells whether a trunk to a master is to be kept registered: whether any section of that kind
+    /// and name has exactly "1" as its "registration_status".
+    /// Returns false also for an unknown trunk and on failure.
+    bool GetStateOfTrunkToMaster(const std::string& trunkName);
+
+    /// Marks a trunk to a master active: stamps it with the local date and time. The file is saved
+    /// even when no trunk to a master has that name. Logs a progress line.
+    /// Returns true when the file is on the disk, false on failure.
+    bool SetTrunkToMasterActiveState(const std::string& trunkName);
+
+    /// Marks a trunk to a master inactive: removes its stamp. The file is saved even when no trunk
+    /// to a master has that name. Logs a progress line. Returns true when the file is on the disk,
+    /// false on failure.
+    bool SetTrunkToMasterInActiveState(const std::string& trunkName);
+
+    /// Sets each "registration_status" that begins with "1" to "0", in trunks of every kind; the
+    /// first section of the file, the agents' switches, is left alone. The file is always saved.
+    /// Returns true when the file is on the disk, false on failure.
+    bool SetUnregisterStateToTrunks();
+
+    /// Reads the registration parameters of a trunk to a master.
+    /// trunkName  the trunk's name
+    /// fields     receives them; untouched when no trunk to a master has the name
+    /// current    true reads the live ones, with `registration_status` true when the stored text is
+    ///            a number other than 0; false the saved copy, and `registration_status` stays
+    /// Returns true, also for an unknown trunk; false on failure.
+    bool GetTrunkToMasterParams(const std::string& trunkName,
+                                CSIPTrunkBase::STRegistrationFields& fields, const bool& current);
+
+    /// Saves a copy of the live registration parameters of a trunk to a master beside them, over an
+    /// earlier copy. The file is saved even when no trunk to a master has that name.
+    /// Returns true when the file is on the disk, false on failure.
+    bool ChangeTrunkToMasterConfig(const std::string& trunkName);
+
+    // ---- Registrations of slaves at this device ----
+
+    /// Stores a slave's registration in the first trunk, of any kind, with its user name. The file
+    /// is saved even when there is none. Logs a progress line.
+    /// registration  user, address and port of the slave; an empty user means the first section
+    ///               whose "user_name" is empty or absent
+    /// refreshOnly   false stores address, port and stamp; true the stamp alone
+    /// Returns true when the file is on the disk, false on failure.
+    bool SetRegisterParam(const CSIPTrunkBase::STRegistrationParam& registration,
+                          const bool& refreshOnly);
+
+    /// Stores a registered slave's new address and port, with a new stamp. The file is saved even
+    /// when no trunk has the user name.
+    /// oldRegistration  its user name selects the trunk, as in SetRegisterParam; nothing else
+    /// counts newRegistration  its address and port are stored; nothing else counts Returns true
+    /// when the file is on the disk, false on failure.
+    bool ChangeRegisterParam(const CSIPTrunkBase::STRegistrationParam& oldRegistration,
+                             const CSIPTrunkBase::STRegistrationParam& newRegistration);
+
+    /// Removes a slave's registration, whatever its address: address, port and stamp. The file is
+    /// saved even when no trunk has the user name. Logs a progress line.
+    /// registration  its user name selects the first trunk that has a "user_name" key equal to it
+    /// Returns true when the file is on the disk, false on failure.
+    bool SetUnregisterParam(const CSIPTrunkBase::STRegistrationParam& registration);
+
+    /// Lists the registered slaves, in file order: every section with a "slave_ip" key, even an
+    /// empty one. Logs a progress line.
+    /// slaves  emptied once the lock is held, then filled
+    /// Returns false on failure; what was appended before it stays.
+    bool InitRegisterSlaveList(std::vector<CSIPTrunkBase::STRegistrationParam>& slaves);
+
+    /// Lists the accounts with which slaves may register at this device, in file order: the trunks
+    /// whose "trunk_type" is exactly "0".
+    /// accessibleUsers  each is appended
+    /// Returns false on failure; what was appended before it stays.
+    bool GetMasterAccesibleUsersList(std::vector<CSIPTrunkBase::STAccessibleUser>& accessibleUsers);
+
+    /// Lists the masters at which this device is to register, in file order: the trunks to a master
+    /// whose "registration_status" is exactly "1". Each trunk that is listed loses its stamp and so
+    /// becomes inactive. The file is always saved.
+    /// accessibleSlaves  each is appended, with `registration_status` false
+    /// Returns true when the file is on the disk; false on failure, with what was appended before.
+    bool GetSlaveAccesibleUsersList(
+        std::vector<CSIPTrunkBase::STAccessibleSlave>& accessibleSlaves);
+
+    // ---- Agents ----
+
+    /// Reads the agents' switches from the first section of the database. Logs a progress line.
+    /// states  a switch that is on is set to true; the others stay as they are, so clear them first
+    /// Returns true when both switches are there, or the file has no section; else false.
+    bool GetSIPTrunkAgentStates(CSIPTrunkBase::STAgentStates& states);
+
+    /// Stores the agents' switches. A missing file is created; when the first section lacks a
+    /// switch, a new one with both is put before it. Logs a progress line. Returns true when the
+    /// change is on the disk, false on failure.
+    bool SetSIPTrunkAgentStates(const CSIPTrunkBase::STAgentStates& states);
+
+    /// Tells whether the trunk service starts with the system: whether the last "START_SIPTRUNK" in
+    /// the system start file, "sysconfig/rc.conf" below the base directory, is exactly "true".
+    /// Returns false also when the entry or the file is missing, and on failure.
+    bool LoadAgentStatus();
+
+    /// Stores whether the trunk service starts with the system, in that file, which must exist; its
+    /// other lines stay as they are.
+    /// Returns true when the change is on the disk, false on failure.
+    bool SaveAgentStatus(const bool& flag);
+
+    // ---- Clock ----
+
+    /// Appends the local time of now, HH:MM:SS, to `time` and its date, MM/DD/YYYY, to `date`.
+    /// Takes no lock and touches no file. Throws std::bad_alloc without memory.
+    void GetLocalDateTime(std::string& time, std::string& date);
+
+  private:
+    CSIPTrunkLogger* m_logger;
+    Semaphore* m_semaphore;
+};

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <pthread.h>
+
+#include <cstdint>
+#include <exception>
+
+#include "src/foundation/trace.h"
+#include "support/process_semaphore.h"
+#include "support/smart_buffer.h"
+
+// The frame that every operation on the device's files runs in. Its promises:
+// 1. The work runs under the lock of the device, and what it opens is closed before the lock goes.
+// 2. The lock is free again on every way out: result, failure, or an exception of another family.
+// 3. A std::exception, also one of the lock or the buffer, becomes the operation's failure value
+// and
+//    one ERROR line, which is written without the lock.
+
+/// Where the values that an operation reads are put.
+struct ValueBuffer {
+    char* text;
+    unsigned int capacity;  ///< in bytes, the NUL included
+};
+
+/// A value buffer in the frame itself, for the operations that do without a SmartBuffer.
+struct LocalBuffer {
+    char m_data[1024] = "";
+    std::uint32_t m_capacity = sizeof(m_data);
+};
+
+/// Puts off the calling thread's cancellation: destructors call cancellation points (close(2)), and
+/// no exception may leave a destructor, not even the one that unwinds a cancelled thread.
+class PostponedCancellation {
+  public:
+    PostponedCancellation() { (void)pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_before); }
+    ~PostponedCancellation() { (void)pthread_setcancelstate(m_before, nullptr); }
+    PostponedCancellation(const PostponedCancellation&) = delete;
+    PostponedCancellation& operator=(const PostponedCancellation&) = delete;
+
+  private:
+    int m_before = PTHREAD_CANCEL_ENABLE;
+};
+
+class HeldLock {
+  public:
+    explicit HeldLock(Semaphore& semaphore) : m_semaphore(semaphore) { m_semaphore.Lock(true); }
+    ~HeldLock() { m_semaphore.Unlock(); }
+    HeldLock(const HeldLock&) = delete;
+    HeldLock& operator=(const HeldLock&) = delete;
+
+  private:
+    const PostponedCancellation m_postponed;
+    Semaphore& m_semaphore;
+};
+
+/// Runs the work of one operation.
+/// Buffer     SmartBuffer or LocalBuffer
+/// onFailure  the operation's result when a std::exception ended the work
+/// work       called with a ValueBuffer; opens the file it needs; its result is the operation's
+template <typename Buffer, typename Result, typename Work>
+Result RunLocked(Semaphore& semaphore, CSIPTrunkLogger* logger, Result onFailure,
+                 const Work& work) {
+    try {
+        Buffer buffer;
+        const HeldLock lock(semaphore);
+        return work(ValueBuffer{buffer.m_data, buffer.m_capacity});
+    } catch (const std::exception& failure) {
+        TraceError(logger, failure.what());  // unwinding has already released the lock
+        return onFailure;
+    }
+}

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstdlib>
+#include <cstring>
+
+// Flags are stored as "1" and "0". Each operation reads them in one of three ways, which differ on
+// every other text.
+
+namespace flag {
+
+/// "1", "10", "1x"; not " 1".
+inline bool BeginsWithOne(const char* text) { return text[0] == '1'; }
+
+/// "1" alone.
+inline bool IsExactlyOne(const char* text) { return std::strcmp(text, "1") == 0; }
+
+/// "1", "2", "-1", " 1", "007", "1x"; also a number too large for strtol, which does not give zero.
+inline bool IsNonZeroNumber(const char* text) { return std::strtol(text, nullptr, 10) != 0; }
+
+/// The text that stores a flag.
+inline const char* Text(bool value) { return value ? "1" : "0"; }
+
+}  // namespace flag

@@ -1,0 +1,34 @@
+#include <sys/time.h>
+
+#include <cstdio>
+
+#include "include/raiklaik.h"
+#include "src/foundation/local_time.h"
+
+namespace {
+
+void AppendNumber(std::string& text, const char* format, int number) {
+    char digits[16];
+    (void)std::snprintf(digits, sizeof(digits), format, number);
+    text += digits;
+}
+
+}  // namespace
+
+void CSIPTrunkConfig::GetLocalDateTime(std::string& time, std::string& date) {
+    struct timeval now {};
+    (void)gettimeofday(&now, nullptr);
+    const struct tm local = LocalTime(now.tv_sec);
+
+    AppendNumber(date, "%02d", local.tm_mon + 1);
+    date += '/';
+    AppendNumber(date, "%02d", local.tm_mday);
+    date += '/';
+    AppendNumber(date, "%d", local.tm_year + 1900);
+
+    AppendNumber(time, "%02d", local.tm_hour);
+    time += ':';
+    AppendNumber(time, "%02d", local.tm_min);
+    time += ':';
+    AppendNumber(time, "%02d", local.tm_sec);
+}

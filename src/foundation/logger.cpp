@@ -1,0 +1,73 @@
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+
+#include "include/raiklaik.h"
+#include "src/foundation/local_time.h"
+
+namespace {
+
+constexpr unsigned char kPrefixLevel = 3;
+
+class HeldMutex {
+  public:
+    explicit HeldMutex(ThreadMutex& mutex) : m_mutex(mutex) { m_mutex.Lock(); }
+    ~HeldMutex() { m_mutex.Unlock(); }
+    HeldMutex(const HeldMutex&) = delete;
+    HeldMutex& operator=(const HeldMutex&) = delete;
+
+  private:
+    ThreadMutex& m_mutex;
+};
+
+void ReadClock(struct timeb& clock) {
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+    (void)ftime(&clock);
+#pragma GCC diagnostic pop
+}
+
+}  // namespace
+
+CSIPTrunkLogger::CSIPTrunkLogger(const char* name)
+    : m_stream(name, true, true, 2147483647, 1, 2048, false),
+      m_clock{},
+      m_lastSecond(0),
+      m_prefixLength(0) {}
+
+CSIPTrunkLogger::~CSIPTrunkLogger() = default;
+
+std::string CSIPTrunkLogger::FormatTime() {
+    char prefix[100] = {};
+    ReadClock(m_clock);
+    // Without a prefix made before, there is nothing to abbreviate, whatever second it is.
+    if (m_clock.time == m_lastSecond && m_prefixLength > 0) {
+        std::memset(prefix, ' ', static_cast<std::size_t>(m_prefixLength - 1));
+        prefix[m_prefixLength - 1] = '.';
+    } else {
+        m_lastSecond = m_clock.time;
+        const struct tm local = LocalTime(m_lastSecond);
+        m_prefixLength =
+            static_cast<std::int32_t>(std::strftime(prefix, sizeof(prefix), "%H:%M:%S.", &local));
+    }
+    (void)std::snprintf(prefix + m_prefixLength,
+                        sizeof(prefix) - static_cast<std::size_t>(m_prefixLength), "%03hu  ",
+                        m_clock.millitm);
+    return prefix;
+}
+
+void CSIPTrunkLogger::TRACE(unsigned char level, const char* format, ...) {
+    const HeldMutex held(m_mutex);
+    m_stream.TRACE(kPrefixLevel, "%s", FormatTime().c_str());
+    va_list arguments;
+    va_start(arguments, format);
+    try {
+        m_stream.TRACE(level, format, arguments, 0);
+    } catch (...) {
+        va_end(arguments);
+        throw;
+    }
+    va_end(arguments);
+    m_stream.Flush();
+}

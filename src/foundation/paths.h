@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+
+// The files of the device. The base directory is the environment variable QORV_PATH as it stands,
+// so that its value ends in "/", or "/etc/qorv-conf/" when it is not set. It is read at each call;
+// changing the environment meanwhile, in another thread, is not safe (getenv(3)).
+
+/// The trunk database: base directory + "telephony/siptrunkdb".
+std::string DatabasePath();
+
+/// The system start file: base directory + "sysconfig/rc.conf".
+std::string StartFilePath();

@@ -1,0 +1,40 @@
+#include "src/foundation/trace.h"
+
+#include <cstdarg>
+#include <exception>
+#include <string>
+
+#include "include/raiklaik.h"
+#include "support/text_format.h"
+
+namespace {
+
+constexpr unsigned char kErrorLevel = 1;
+constexpr unsigned char kProgressLevel = 3;
+
+}  // namespace
+
+void TraceProgress(CSIPTrunkLogger* logger, const char* format, ...) {
+    if (logger == nullptr) {
+        return;
+    }
+    va_list arguments;
+    va_start(arguments, format);
+    try {
+        logger->TRACE(kProgressLevel, "%s", FormatText(format, arguments).c_str());
+    } catch (const std::exception&) {
+        // A line too many for the memory; the operation goes on.
+    }
+    va_end(arguments);
+}
+
+void TraceError(CSIPTrunkLogger* logger, const char* cause) {
+    if (logger == nullptr) {
+        return;
+    }
+    try {
+        logger->TRACE(kErrorLevel, "ERROR: %s \n", cause);
+    } catch (const std::exception&) {
+        // The failure itself is told by the operation's result.
+    }
+}

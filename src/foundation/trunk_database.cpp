@@ -1,0 +1,71 @@
+#include "src/foundation/trunk_database.h"
+
+#include <cstring>
+
+#include "src/foundation/key_table.h"
+#include "src/foundation/paths.h"
+
+TrunkDatabase::TrunkDatabase(OpenMode mode, ValueBuffer buffer)
+    : m_file(DatabasePath().c_str(), mode == OpenMode::kChangeOrCreate, mode == OpenMode::kReadOnly,
+             false, "section", "{\n", "}\n", "=", "#", nullptr),
+      m_buffer(buffer) {
+    m_file.Restart();
+}
+
+bool TrunkDatabase::NextSection() { return m_file.GotoNextSection(); }
+
+bool TrunkDatabase::FindByName(const std::string& trunkName) {
+    while (NextSection()) {
+        if (Read(key::kTrunkName) && trunkName == Text()) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool TrunkDatabase::FindTrunkToMaster(const std::string& trunkName) {
+    while (NextSection()) {
+        if (!Is(key::kTrunkType, type::kToMaster)) {
+            continue;
+        }
+        if (Read(key::kTrunkName) && trunkName == Text()) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool TrunkDatabase::Read(const char* key) {
+    return m_file.GetSectionEntry(key, m_buffer.text, m_buffer.capacity);
+}
+
+const char* TrunkDatabase::Get(const char* key) {
+    (void)Read(key);  // an absent key leaves the empty text
+    return Text();
+}
+
+bool TrunkDatabase::Is(const char* key, const char* text) {
+    return Read(key) && std::strcmp(Text(), text) == 0;
+}
+
+bool TrunkDatabase::Set(const char* key, const char* text) {
+    return m_file.SetSectionEntry(key, text);
+}
+
+bool TrunkDatabase::Set(const char* key, const std::string& text) { return Set(key, text.c_str()); }
+
+void TrunkDatabase::Erase(const char* key) { m_file.DeleteSectionEntry(key); }
+
+void TrunkDatabase::AddEntry(const char* key, const char* text) {
+    m_file.AddSectionEntry(key, text);
+}
+
+void TrunkDatabase::AppendSection() { m_file.AddSection(false); }
+
+void TrunkDatabase::InsertFirstSection() { m_file.AddSection(true); }
+
+void TrunkDatabase::DeleteSection() { m_file.DeleteSection(); }
+
+void TrunkDatabase::RestartSection() { m_file.RestartSection(); }
+
+void TrunkDatabase::Save() { m_file.Save(true, nullptr); }

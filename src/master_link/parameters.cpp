@@ -1,0 +1,43 @@
+#include "include/raiklaik.h"
+#include "src/foundation/access_frame.h"
+#include "src/foundation/flags.h"
+#include "src/foundation/key_table.h"
+#include "src/foundation/trunk_database.h"
+
+bool CSIPTrunkConfig::GetTrunkToMasterParams(const std::string& trunkName,
+                                             CSIPTrunkBase::STRegistrationFields& fields,
+                                             const bool& current) {
+    return RunLocked<LocalBuffer>(*m_semaphore, m_logger, false, [&](ValueBuffer buffer) {
+        TrunkDatabase trunks(OpenMode::kReadOnly, buffer);
+        if (!trunks.FindTrunkToMaster(trunkName)) {
+            return true;
+        }
+        if (current) {
+            fields.registration_status =
+                flag::IsNonZeroNumber(trunks.Get(key::kRegistrationStatus));
+            fields.user_name = trunks.Get(key::kUserName);
+            fields.password = trunks.Get(key::kPassword);
+            fields.master_ip = trunks.Get(key::kMasterIp);
+            fields.master_port = trunks.Get(key::kMasterPort);
+        } else {
+            fields.user_name = trunks.Get(key::kChangedUserName);
+            fields.password = trunks.Get(key::kChangedPassword);
+            fields.master_ip = trunks.Get(key::kChangedMasterIp);
+            fields.master_port = trunks.Get(key::kChangedMasterPort);
+        }
+        return true;
+    });
+}
+
+bool CSIPTrunkConfig::ChangeTrunkToMasterConfig(const std::string& trunkName) {
+    return RunLocked<SmartBuffer>(*m_semaphore, m_logger, false, [&](ValueBuffer buffer) {
+        TrunkDatabase trunks(OpenMode::kChange, buffer);
+        if (trunks.FindTrunkToMaster(trunkName)) {
+            for (const auto& [live, saved] : key::kSavedCopy) {
+                trunks.Set(saved, trunks.Get(live));
+            }
+        }
+        trunks.Save();
+        return true;
+    });
+}

@@ -1,0 +1,46 @@
+#include "include/raiklaik.h"
+#include "src/foundation/access_frame.h"
+#include "src/foundation/flags.h"
+#include "src/foundation/key_table.h"
+#include "src/foundation/registration_stamp.h"
+#include "src/foundation/trunk_database.h"
+
+bool CSIPTrunkConfig::SetTrunkToMasterActiveState(const std::string& trunkName) {
+    TraceProgress(m_logger, "INFO:SIP Trunk: Set active state trunk to master : %s\n",
+                  trunkName.c_str());
+    return RunLocked<SmartBuffer>(*m_semaphore, m_logger, false, [&](ValueBuffer buffer) {
+        TrunkDatabase trunks(OpenMode::kChange, buffer);
+        if (trunks.FindTrunkToMaster(trunkName)) {
+            WriteStamp(*this, trunks);
+        }
+        trunks.Save();
+        return true;
+    });
+}
+
+bool CSIPTrunkConfig::SetTrunkToMasterInActiveState(const std::string& trunkName) {
+    TraceProgress(m_logger, "INFO:SIP Trunk: Set Trunk To Master : %s  InActive State...\n",
+                  trunkName.c_str());
+    return RunLocked<SmartBuffer>(*m_semaphore, m_logger, false, [&](ValueBuffer buffer) {
+        TrunkDatabase trunks(OpenMode::kChange, buffer);
+        if (trunks.FindTrunkToMaster(trunkName)) {
+            EraseStamp(trunks);
+        }
+        trunks.Save();
+        return true;
+    });
+}
+
+bool CSIPTrunkConfig::SetUnregisterStateToTrunks() {
+    return RunLocked<SmartBuffer>(*m_semaphore, m_logger, false, [&](ValueBuffer buffer) {
+        TrunkDatabase trunks(OpenMode::kChange, buffer);
+        (void)trunks.NextSection();  // the agents' switches, never changed here
+        while (trunks.NextSection()) {
+            if (flag::BeginsWithOne(trunks.Get(key::kRegistrationStatus))) {
+                trunks.Set(key::kRegistrationStatus, flag::Text(false));
+            }
+        }
+        trunks.Save();
+        return true;
+    });
+}

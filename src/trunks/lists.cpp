@@ -1,0 +1,64 @@
+#include "include/raiklaik.h"
+#include "src/foundation/access_frame.h"
+#include "src/foundation/flags.h"
+#include "src/foundation/key_table.h"
+#include "src/foundation/trunk_database.h"
+
+bool CSIPTrunkConfig::GetSIPTrunkParams(std::list<CSIPTrunkBase::STParamsRecord>& trunks,
+                                        std::string trunkType, bool /*flag*/) {
+    return RunLocked<SmartBuffer>(*m_semaphore, m_logger, false, [&](ValueBuffer buffer) {
+        TrunkDatabase sections(OpenMode::kReadOnly, buffer);
+        while (sections.NextSection()) {
+            if (!sections.Read(key::kTrunkType) || trunkType != sections.Text()) {
+                continue;
+            }
+            CSIPTrunkBase::STParamsRecord record;
+            record.trunk_name = sections.Get(key::kTrunkName);
+            record.user_name = sections.Get(key::kUserName);
+            record.registration_date = sections.Get(key::kRegistrationDate);
+            record.registration_time = sections.Get(key::kRegistrationTime);
+            if (trunkType == type::kToMaster) {
+                record.remote_ip = sections.Get(key::kMasterIp);
+                record.remote_port = sections.Get(key::kMasterPort);
+            } else {
+                record.remote_ip = sections.Get(key::kSlaveIp);
+                record.remote_port = sections.Get(key::kSlavePort);
+                record.sym_nat = flag::BeginsWithOne(sections.Get(key::kSymNat));
+            }
+            trunks.push_back(std::move(record));
+        }
+        return true;
+    });
+}
+
+bool CSIPTrunkConfig::GetAllSIPTrunkParams(std::list<CSIPTrunkBase::STParamsRecord>& trunks) {
+    return RunLocked<SmartBuffer>(*m_semaphore, m_logger, false, [&](ValueBuffer buffer) {
+        TrunkDatabase sections(OpenMode::kReadOnly, buffer);
+        while (sections.NextSection()) {
+            CSIPTrunkBase::STParamsRecord record;
+            if (!sections.Read(key::kTrunkName)) {
+                continue;
+            }
+            record.trunk_name = sections.Text();
+            if (!sections.Read(key::kTrunkType)) {
+                continue;
+            }
+            if (sections.Text() == std::string_view(type::kToMaster)) {
+                if (!sections.Read(key::kRegistrationDate)) {
+                    continue;
+                }
+                record.remote_ip = sections.Get(key::kMasterIp);
+                record.remote_port = sections.Get(key::kMasterPort);
+            } else {
+                if (!sections.Read(key::kSlaveIp)) {
+                    continue;
+                }
+                record.remote_ip = sections.Text();
+                record.remote_port = sections.Get(key::kSlavePort);
+                record.sym_nat = flag::BeginsWithOne(sections.Get(key::kSymNat));
+            }
+            trunks.push_back(std::move(record));
+        }
+        return true;
+    });
+}

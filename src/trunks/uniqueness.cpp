@@ -1,0 +1,32 @@
+#include "include/raiklaik.h"
+#include "src/foundation/access_frame.h"
+#include "src/foundation/key_table.h"
+#include "src/foundation/trunk_database.h"
+
+namespace {
+
+enum Clash : int { kNone = 0, kTrunkNameTaken = 1, kUserNameTaken = 2, kUnknown = 3 };
+
+}  // namespace
+
+int CSIPTrunkConfig::CheckTrunk(const std::string& currentName, const std::string& newName,
+                                const std::string& userName, const std::string& operation) {
+    return RunLocked<SmartBuffer>(*m_semaphore, m_logger, kUnknown, [&](ValueBuffer buffer) {
+        const bool isEdit = operation == word::kEdit;
+        TrunkDatabase trunks(OpenMode::kReadOnly, buffer);
+        while (trunks.NextSection()) {
+            // An absent key reads as the empty text and is compared like one.
+            const char* trunkName = trunks.Get(key::kTrunkName);
+            if (isEdit && trunkName == currentName) {
+                continue;
+            }
+            if (trunkName == newName) {
+                return kTrunkNameTaken;
+            }
+            if (trunks.Get(key::kUserName) == userName) {
+                return kUserNameTaken;
+            }
+        }
+        return kNone;
+    });
+}

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string_view>
+#include <vector>
+
+// Replacing a file so that a power cut leaves the old file or the new one.
+//
+// What is kept, always:
+// 1. Until the rename, the file is not touched; the rename makes the new text visible at once.
+// 2. The new text is on the disk before the rename, and the rename before the function returns.
+// 3. The temporary file is readable by its owner alone until it has the old file's owner and mode.
+// 4. Every failure before the rename removes the temporary file.
+
+/// Replaces the text of a regular file by `pieces`, one behind the other, durably:
+///
+///     /dir/NAME (old)                      before
+///     /dir/NAME (old), /dir/.NAME.XXXXXX   while writing, syncing
+///     /dir/NAME (new)                      after the rename; then the folder is synced
+///
+/// The file keeps its owner, group and mode; a path that is a link keeps being one, and the file
+/// behind it is replaced. Other hard links keep the old text; ACLs and extended attributes are not
+/// carried over. Temporary files that killed processes left are removed, so only one process may
+/// save a file at a time.
+/// path    an existing file
+/// pieces  the text; a piece may be empty
+/// Throws std::system_error with the text "path: step: reason". The file is then the old one,
+/// except when the text says that the new file is in place: the sync of the folder came after the
+/// rename.
+void ReplaceFile(const char* path, const std::vector<std::string_view>& pieces);

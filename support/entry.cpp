@@ -1,0 +1,44 @@
+#include "support/entry.h"
+
+#include <algorithm>
+#include <cstring>
+#include <stdexcept>
+#include <string>
+
+void CopyValue(std::string_view value, char* buffer, unsigned int size) {
+    if (size == 0) {
+        return;
+    }
+    const std::size_t length = std::min<std::size_t>(value.size(), size - 1);
+    std::memcpy(buffer, value.data(), length);
+    buffer[length] = '\0';
+}
+
+const char* KeyFault(std::string_view key, char separator, char commentMark) {
+    if (key.empty()) {
+        return "it is empty";
+    }
+    if (key.front() == commentMark) {
+        return "it would be read as a comment";
+    }
+    if (IsBlank(key.front()) || IsBlank(key.back())) {
+        return "it has a blank at an end";
+    }
+    if (key.find(separator) != std::string_view::npos || key.find('\n') != std::string_view::npos) {
+        return "it holds a separator or a line feed";
+    }
+    return nullptr;
+}
+
+void CheckStorable(std::string_view path, std::string_view key, std::string_view value,
+                   char separator, char commentMark) {
+    const char* fault = KeyFault(key, separator, commentMark);
+    if (fault == nullptr && value.find('\n') != std::string_view::npos) {
+        fault = "its value holds a line feed";
+    }
+    if (fault != nullptr) {
+        std::string text(path);
+        text.append(": key \"").append(key).append("\": ").append(fault);
+        throw std::invalid_argument(text);
+    }
+}

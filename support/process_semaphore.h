@@ -1,0 +1,46 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <atomic>
+#include <string>
+
+/// A lock that all processes of the device share.
+///
+/// Objects made with the same number and path, in whatever process, are handles on one lock. The
+/// kernel frees the lock of a process that dies, however it dies. Not re-entrant: a thread that
+/// locks twice waits for itself. All members may be called from any thread.
+///
+/// It is a System V semaphore set of one: 0 is free, 1 is held. A new set is born with 0 (Linux,
+/// semget(2)), and one semop takes the lock, so no process ever sees it half made. The set is never
+/// removed, for other processes use it. Processes in another IPC namespace (containers) have
+/// another lock.
+class Semaphore {
+  public:
+    /// Obtains the lock of the pair, without taking it.
+    /// number, path  together the lock's identity; the path is a name only and is never opened
+    /// Throws std::system_error, whose text names the lock and the cause, when the kernel refuses.
+    Semaphore(int number, const char* path);
+    /// Gives up the handle; the lock itself stays in the system.
+    ~Semaphore();
+    Semaphore(const Semaphore&) = delete;
+    Semaphore& operator=(const Semaphore&) = delete;
+
+    /// Blocks until this handle holds the lock, through any number of signals. A set that somebody
+    /// removed in the meantime is obtained again.
+    /// The argument is whether to wait; callers always wait.
+    /// Throws std::system_error, without the lock, when the kernel refuses.
+    void Lock(bool);
+
+    /// Releases the lock. Does nothing when this handle does not hold it, above all in the child of
+    /// a fork, and never releases what another handle holds. Never throws.
+    void Unlock() noexcept;
+
+  private:
+    void Obtain();
+
+    std::string m_name;              // "NUMBER:PATH"
+    std::atomic<int> m_set;          // the set's identifier, which changes when it was removed
+    std::atomic<int> m_heldSet{-1};  // the set on which this handle holds the lock, or -1
+    std::atomic<pid_t> m_holder{0};  // the process that took it through this handle
+};

@@ -1,0 +1,140 @@
+#include "support/section_grammar.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+#include "support/entry.h"
+#include "support/line_scanner.h"
+#include "support/plain_entries.h"
+
+namespace Configuration {
+
+namespace {
+
+// Tells what is wrong with the line that begins at `position`.
+[[noreturn]] void ThrowMalformed(const std::string& path, std::string_view text,
+                                 std::size_t position, const char* reason) {
+    const std::string_view before = text.substr(0, position);
+    const auto number = 1 + std::count(before.begin(), before.end(), '\n');
+    LineScanner lines(text, position);
+    const bool endsInReturn = lines.Next() && !lines.Line().empty() && lines.Line().back() == '\r';
+    throw std::runtime_error(path + ":" + std::to_string(number) + ": " + reason +
+                             (endsInReturn ? " (the line ends in a carriage return)" : ""));
+}
+
+}  // namespace
+
+SectionGrammar::SectionGrammar(const char* keyword, const char* opener, const char* closer,
+                               const char* separator, const char* commentMark)
+    : m_keyword(keyword),
+      m_opener(*opener),
+      m_closer(*closer),
+      m_separator(*separator),
+      m_commentMark(*commentMark),
+      m_openerLine(m_keyword + " " + m_opener + "\n") {}
+
+std::string SectionGrammar::EmptySection() const { return m_openerLine + m_closer + "\n"; }
+
+bool SectionGrammar::IsOpener(std::string_view trimmedLine) const {
+    if (trimmedLine.size() <= m_keyword.size() || trimmedLine.back() != m_opener ||
+        trimmedLine.substr(0, m_keyword.size()) != m_keyword) {
+        return false;
+    }
+    trimmedLine.remove_prefix(m_keyword.size());
+    trimmedLine.remove_suffix(1);
+    return WithoutLeadingBlanks(trimmedLine).empty();
+}
+
+SectionGrammar::LineKind SectionGrammar::KindOf(std::string_view line) const {
+    const std::string_view trimmed = WithoutTrailingBlanks(WithoutLeadingBlanks(line));
+    if (trimmed.empty()) {
+        return LineKind::kBlank;
+    }
+    if (trimmed.front() == m_commentMark) {
+        return LineKind::kComment;
+    }
+    if (trimmed.size() == 1 && trimmed.front() == m_closer) {
+        return LineKind::kCloser;
+    }
+    if (IsOpener(trimmed)) {
+        return LineKind::kOpener;
+    }
+    if (trimmed.front() == m_separator) {
+        return LineKind::kEntryWithoutKey;
+    }
+    return trimmed.find(m_separator) == std::string_view::npos ? LineKind::kOther
+                                                               : LineKind::kEntry;
+}
+
+// The lines between two sections as this library writes them are the most frequent ones, and known
+// without a closer look.
+SectionGrammar::LineKind SectionGrammar::KindAt(std::string_view text, std::size_t position,
+                                                std::size_t& end) const {
+    const std::string_view rest = text.substr(position);
+    if (rest.size() > 1 && rest[0] == m_closer && rest[1] == '\n') {
+        end = position + 2;
+        return LineKind::kCloser;
+    }
+    if (rest.substr(0, m_openerLine.size()) == m_openerLine) {
+        end = position + m_openerLine.size();
+        return LineKind::kOpener;
+    }
+    LineScanner lines(text, position);
+    (void)lines.Next();
+    end = lines.End();
+    return KindOf(lines.Line());
+}
+
+const char* SectionGrammar::FaultOf(LineKind kind, bool inSection) {
+    switch (kind) {
+        case LineKind::kBlank:
+        case LineKind::kComment:
+            return nullptr;
+        case LineKind::kOpener:
+            return inSection ? "section inside a section" : nullptr;
+        case LineKind::kCloser:
+            return inSection ? nullptr : "end of a section outside one";
+        case LineKind::kEntry:
+            return inSection ? nullptr : "entry outside a section";
+        case LineKind::kEntryWithoutKey:
+            return inSection ? "entry without a key" : "entry outside a section";
+        case LineKind::kOther:
+            break;
+    }
+    return inSection ? "entry without \"=\"" : "text outside a section";
+}
+
+bool SectionGrammar::Check(const std::string& path, std::string_view text) const {
+    bool entriesArePlain = true;
+    bool inSection = false;
+    std::size_t opener = 0;
+    std::size_t end = 0;
+    for (std::size_t line = 0;; line = end) {
+        if (inSection) {
+            line = SkipPlainEntries(text, line, m_separator);
+        }
+        if (line == text.size()) {
+            break;
+        }
+        const LineKind kind = KindAt(text, line, end);
+        const char* fault = FaultOf(kind, inSection);
+        if (kind == LineKind::kOpener) {
+            inSection = true;
+            opener = line;
+        } else if (kind == LineKind::kCloser) {
+            inSection = false;
+        } else if (text.substr(line, end - line).find('\0') != std::string_view::npos) {
+            fault = "NUL byte";
+        }
+        if (fault != nullptr) {
+            ThrowMalformed(path, text, line, fault);
+        }
+        entriesArePlain = entriesArePlain && kind != LineKind::kEntry;
+    }
+    if (inSection) {
+        ThrowMalformed(path, text, opener, "section is not closed");
+    }
+    return entriesArePlain;
+}
+
+}  // namespace Configuration

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace Configuration {
+
+/// The grammar of a sectioned file: what each line is, and where which kind of line may stand.
+/// An object never changes after it is made, so any thread may use it.
+class SectionGrammar {
+  public:
+    enum class LineKind { kBlank, kComment, kOpener, kCloser, kEntry, kEntryWithoutKey, kOther };
+
+    /// keyword  the word that opens a section
+    /// opener, closer, separator, commentMark
+    ///          the marks, one character each; what follows it in the argument is not looked at
+    SectionGrammar(const char* keyword, const char* opener, const char* closer,
+                   const char* separator, const char* commentMark);
+
+    /// Tells the kind of the line that begins at `position` in `text`; `end` receives where the
+    /// next line begins.
+    LineKind KindAt(std::string_view text, std::size_t position, std::size_t& end) const;
+
+    /// Tells why a line of this kind may not stand inside or outside of a section, null when it
+    /// may.
+    static const char* FaultOf(LineKind kind, bool inSection);
+
+    /// Checks a whole text.
+    /// path  the file's name, for the failure's text
+    /// Returns whether all entries are plain (support/plain_entries.h).
+    /// Throws std::runtime_error with the text "path:line: reason" at the first line that breaks
+    /// the grammar, or holds a NUL byte, as lost writes leave them on flash.
+    bool Check(const std::string& path, std::string_view text) const;
+
+    char Closer() const { return m_closer; }
+    char Separator() const { return m_separator; }
+    char CommentMark() const { return m_commentMark; }
+    /// An empty section as it is written.
+    std::string EmptySection() const;
+
+  private:
+    LineKind KindOf(std::string_view line) const;
+    bool IsOpener(std::string_view trimmedLine) const;
+
+    std::string m_keyword;
+    char m_opener;
+    char m_closer;
+    char m_separator;
+    char m_commentMark;
+    std::string m_openerLine;  // as it is written
+};
+
+}  // namespace Configuration

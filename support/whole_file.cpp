@@ -1,0 +1,77 @@
+#include "support/whole_file.h"
+
+#include <fcntl.h>
+
+#include <cerrno>
+#include <cstdint>
+
+#include "support/file_descriptor.h"
+#include "support/system_call.h"
+
+namespace {
+
+constexpr mode_t kOwnerOnly = 0600;
+
+int OpenForReading(const char* path, bool createIfMissing) {
+    // O_NONBLOCK: opening a FIFO must not wait for its other end. Regular files ignore it.
+    const int flags = O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
+    const int found = RetryInterrupted([&] { return open(path, flags); });
+    if (found != -1 || errno != ENOENT || !createIfMissing) {
+        return found;
+    }
+    const int made = RetryInterrupted([&] { return open(path, flags | O_CREAT, kOwnerOnly); });
+    if (made != -1) {
+        (void)fchmod(made, kOwnerOnly);  // gives back what a strict umask took
+    }
+    return made;
+}
+
+}  // namespace
+
+void CheckRegular(const char* path, const struct stat& file) {
+    if (S_ISDIR(file.st_mode)) {
+        ThrowSystemFailure(EISDIR, path, "open");
+    }
+    if (!S_ISREG(file.st_mode)) {
+        ThrowSystemFailure(EINVAL, path, "open (a FIFO or device, not a regular file)");
+    }
+}
+
+FileText MakeText(std::size_t size) {
+    FileText text;
+    if (size > 0) {
+        text.bytes.reset(new char[size]);  // not set: every byte is overwritten
+        text.size = size;
+    }
+    return text;
+}
+
+FileText ReadWholeFile(const char* path, bool createIfMissing) {
+    const FileDescriptor file(OpenForReading(path, createIfMissing));
+    if (file.Number() == -1) {
+        ThrowSystemFailure(errno, path, "open");
+    }
+    struct stat status {};
+    if (RetryInterrupted([&] { return fstat(file.Number(), &status); }) == -1) {
+        ThrowSystemFailure(errno, path, "stat");
+    }
+    CheckRegular(path, status);
+    if (status.st_size > PTRDIFF_MAX) {
+        ThrowSystemFailure(EFBIG, path, "read");
+    }
+    FileText text = MakeText(static_cast<std::size_t>(status.st_size));
+    std::size_t filled = 0;
+    while (filled < text.size) {
+        const ssize_t count = RetryInterrupted(
+            [&] { return read(file.Number(), text.bytes.get() + filled, text.size - filled); });
+        if (count == -1) {
+            ThrowSystemFailure(errno, path, "read");
+        }
+        if (count == 0) {
+            break;  // somebody without the lock has cut the file meanwhile
+        }
+        filled += static_cast<std::size_t>(count);
+    }
+    text.size = filled;
+    return text;
+}
