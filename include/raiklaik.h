@@ -34,9 +34,8 @@ class CSIPTrunkBase {
         std::string remote_port;        ///< "master_port" or "slave_port", decimal text
         std::string registration_date;  ///< MM/DD/YYYY, empty when not registered
         std::string registration_time;  ///< HH:MM:SS, empty when not registered
-        std::string
-            trunk_type;  ///< "1": trunk to a master; all else: trunk for a slave, stored as "0"
-        bool sym_nat = false;  ///< symmetric NAT at the slave's end; trunk for a slave only
+        std::string trunk_type;  ///< "1": trunk to a master; "0": trunk for a slave, as all else
+        bool sym_nat = false;    ///< symmetric NAT at the slave's end; trunk for a slave only
         bool registration_status = false;  ///< registration switched on; trunk to a master only
     };
 
@@ -50,12 +49,11 @@ class CSIPTrunkBase {
 
     /// The parameters with which this device registers at a master, live or as saved.
     struct STRegistrationFields {
-        std::string user_name;    ///< account at the master
-        std::string password;     ///< its password
-        std::string master_ip;    ///< the master's address
-        std::string master_port;  ///< the master's port, decimal text
-        bool registration_status =
-            false;  ///< registration switched on; set from the live ones only
+        std::string user_name;             ///< account at the master
+        std::string password;              ///< its password
+        std::string master_ip;             ///< the master's address
+        std::string master_port;           ///< the master's port, decimal text
+        bool registration_status = false;  ///< registration switched on; only of the live ones
     };
 
     /// One account that slaves may use to register at this device.
@@ -100,12 +98,11 @@ class CSIPTrunkBase {
 /// A log for the library's lines and the application's own, safe for all threads.
 ///
 /// Each line begins with the local time, "14:05:09.042  ", and within the same second with blanks
-/// instead of the repeated part, "        .043  ". Lines of several processes on one file never
-/// mix.
+/// instead of the repeated part, "        .043  ". Lines of several processes never mix.
 class __attribute__((visibility("default"))) CSIPTrunkLogger {
   public:
     /// Opens the log file `name` for appending; a new one gets the mode 0640 less the umask.
-    /// Throws std::system_error, whose text names the path, when it cannot be opened.
+    /// Throws std::system_error, whose text names the path, when it cannot be opened or is a pipe.
     explicit CSIPTrunkLogger(const char* name);
     virtual ~CSIPTrunkLogger();
     CSIPTrunkLogger(const CSIPTrunkLogger&) = delete;
@@ -114,9 +111,9 @@ class __attribute__((visibility("default"))) CSIPTrunkLogger {
     /// Writes one line.
     /// level   1 for errors, 3 for information; every level is written
     /// format  of printf's kind; ends in a line feed, since none is added. Other control
-    /// characters,
-    ///         also those in arguments, are written as \xNN.
-    /// A line that the disk does not take is tried anew with the next one, and never reported.
+    ///         characters, those in arguments as well, are written as \xNN.
+    /// A line that the disk does not take is tried anew with the next one, as long as 2048 bytes
+    /// hold what waits, and never reported.
     /// Throws a std::exception when the line cannot be made, above all without memory.
     __attribute__((format(printf, 3, 4))) void TRACE(unsigned char level, const char* format, ...);
 
@@ -141,19 +138,19 @@ class __attribute__((visibility("default"))) CSIPTrunkLogger {
 ///
 /// Common to all operations:
 /// - Files: the base directory is the environment variable QORV_PATH as it stands, so that its
-/// value
-///   ends in "/", or "/etc/qorv-conf/" when it is not set; it is read by each operation. The trunk
-///   database is "telephony/siptrunkdb" below it.
+///   value ends in "/", or "/etc/qorv-conf/" when it is not set; it is read by each operation. The
+///   trunk database is "telephony/siptrunkdb" below it.
 /// - Failures: nothing leaves an operation as an exception (of the std::exception family). A
-/// failure
-///   (file missing, unreadable or malformed, lock refused, disk full, memory short) gives the
-///   operation's failure value and one line "ERROR: cause" in the log, which names path and line
-///   and never a password. Not finding a trunk logs nothing.
+///   failure (file missing, unreadable or malformed, lock refused, disk full, memory short) gives
+///   the operation's failure value and one line "ERROR: cause" in the log, which names path and
+///   line and never a password. Not finding a trunk logs nothing.
 /// - On the disk: a result that tells of a save means that the new file survives a power cut. After
-///   a failure the file is as before, unless the ERROR line says that the new file is in place.
+///   a failure the file is as before, unless the ERROR line says that the new file is in place; a
+///   missing file that an operation creates may remain, empty.
 /// - Texts are byte strings, compared whole, byte for byte. The first trunk in file order that
 ///   matches is meant. An absent key reads as the empty text. At most 1023 bytes of a value are
-///   read. Texts are stored up to their first NUL; one with a line feed is refused as a failure.
+///   read, so a longer name is stored whole but not found. Texts are stored up to their first NUL;
+///   one with a line feed is refused as a failure.
 /// - Out-arguments are written even when the operation fails later, and flags are only ever set to
 ///   true, except where it says otherwise. Records, lists and strings belong to the caller and must
 ///   not be shared with another thread during the call.
@@ -196,14 +193,13 @@ class __attribute__((visibility("default"))) CSIPTrunkConfig {
     bool GetAllSIPTrunkParams(std::list<CSIPTrunkBase::STParamsRecord>& trunks);
 
     /// Stores a trunk: adds one, or rewrites the one now named `trunkName`. Nothing is checked for
-    /// clashes (see CheckTrunk), and no key is removed: those of another kind stay.
-    /// trunkName          the stored name; empty adds a trunk at the end of the file, which is
-    ///                    created when missing
+    /// clashes (see CheckTrunk), and no key is removed: those of another kind stay. A missing file
+    /// is created.
+    /// trunkName          the stored name; empty adds a trunk at the end of the file
     /// record             the new definition, only read; its `remote_ip` and `remote_port` count
-    /// for
-    ///                    a trunk to a master only, its stamp never
-    /// resetRegistration  true empties a slave's address and stamp; no effect on a trunk to a
-    /// master Returns true when the change is on the disk; false when no trunk has that name, or on
+    ///                    for a trunk to a master only, its stamp never
+    /// resetRegistration  true empties a slave's address and stamp; no effect on one to a master
+    /// Returns true when the change is on the disk; false when no trunk has that name, or on
     /// failure.
     bool SetSIPTrunkParams(const std::string& trunkName, CSIPTrunkBase::STParamsRecord& record,
                            bool resetRegistration);
@@ -218,11 +214,13 @@ class __attribute__((visibility("default"))) CSIPTrunkConfig {
     bool DeleteTrunk(const std::string& trunkName, bool checkRegistration, bool& wasRegistered);
 
     /// Tells whether a trunk that is to be stored would clash with another one.
-    /// currentName  the name of the trunk under edit, which is not compared; counts for an edit
-    /// only newName      the name to be stored userName     the user name to be stored operation
-    /// "op_edit" for an edit; everything else is an addition Returns 0 when both are free, 1 when
-    /// the name is taken, 2 when the user name is taken, 3 on failure. The first clash in file
-    /// order counts; a section without a key takes part as if it were empty.
+    /// currentName  the name of the trunk under edit, which is not compared; for an edit only
+    /// newName      the name to be stored
+    /// userName     the user name to be stored
+    /// operation    "op_edit" for an edit; everything else is an addition
+    /// Returns 0 when both are free, 1 when the name is taken, 2 when the user name is taken, 3 on
+    /// failure. The first clash in file order counts; a section without a key takes part as if it
+    /// were empty.
     int CheckTrunk(const std::string& currentName, const std::string& newName,
                    const std::string& userName, const std::string& operation);
 
@@ -243,17 +241,20 @@ class __attribute__((visibility("default"))) CSIPTrunkConfig {
 
     /// Tells whether a trunk to a master is to be kept registered: whether any section of that kind
     /// and name has exactly "1" as its "registration_status".
+    /// trunkName  the trunk's name
     /// Returns false also for an unknown trunk and on failure.
     bool GetStateOfTrunkToMaster(const std::string& trunkName);
 
     /// Marks a trunk to a master active: stamps it with the local date and time. The file is saved
     /// even when no trunk to a master has that name. Logs a progress line.
+    /// trunkName  the trunk's name
     /// Returns true when the file is on the disk, false on failure.
     bool SetTrunkToMasterActiveState(const std::string& trunkName);
 
     /// Marks a trunk to a master inactive: removes its stamp. The file is saved even when no trunk
-    /// to a master has that name. Logs a progress line. Returns true when the file is on the disk,
-    /// false on failure.
+    /// to a master has that name. Logs a progress line.
+    /// trunkName  the trunk's name
+    /// Returns true when the file is on the disk, false on failure.
     bool SetTrunkToMasterInActiveState(const std::string& trunkName);
 
     /// Sets each "registration_status" that begins with "1" to "0", in trunks of every kind; the
@@ -272,6 +273,7 @@ class __attribute__((visibility("default"))) CSIPTrunkConfig {
 
     /// Saves a copy of the live registration parameters of a trunk to a master beside them, over an
     /// earlier copy. The file is saved even when no trunk to a master has that name.
+    /// trunkName  the trunk's name
     /// Returns true when the file is on the disk, false on failure.
     bool ChangeTrunkToMasterConfig(const std::string& trunkName);
 
@@ -288,9 +290,9 @@ class __attribute__((visibility("default"))) CSIPTrunkConfig {
 
     /// Stores a registered slave's new address and port, with a new stamp. The file is saved even
     /// when no trunk has the user name.
-    /// oldRegistration  its user name selects the trunk, as in SetRegisterParam; nothing else
-    /// counts newRegistration  its address and port are stored; nothing else counts Returns true
-    /// when the file is on the disk, false on failure.
+    /// oldRegistration  its user name selects the trunk, as in SetRegisterParam; nothing more
+    /// newRegistration  its address and port are stored; nothing more
+    /// Returns true when the file is on the disk, false on failure.
     bool ChangeRegisterParam(const CSIPTrunkBase::STRegistrationParam& oldRegistration,
                              const CSIPTrunkBase::STRegistrationParam& newRegistration);
 
@@ -328,8 +330,9 @@ class __attribute__((visibility("default"))) CSIPTrunkConfig {
     bool GetSIPTrunkAgentStates(CSIPTrunkBase::STAgentStates& states);
 
     /// Stores the agents' switches. A missing file is created; when the first section lacks a
-    /// switch, a new one with both is put before it. Logs a progress line. Returns true when the
-    /// change is on the disk, false on failure.
+    /// switch, a new one with both is put before it. Logs a progress line.
+    /// states  the switches
+    /// Returns true when the change is on the disk, false on failure.
     bool SetSIPTrunkAgentStates(const CSIPTrunkBase::STAgentStates& states);
 
     /// Tells whether the trunk service starts with the system: whether the last "START_SIPTRUNK" in
@@ -339,6 +342,7 @@ class __attribute__((visibility("default"))) CSIPTrunkConfig {
 
     /// Stores whether the trunk service starts with the system, in that file, which must exist; its
     /// other lines stay as they are.
+    /// flag  true when it starts
     /// Returns true when the change is on the disk, false on failure.
     bool SaveAgentStatus(const bool& flag);
 

@@ -32,9 +32,8 @@ class ConfigFile {
 
     /// Reads an entry.
     /// key     the key; of several entries with it the last is read
-    /// buffer  receives at most `size` - 1 bytes of the value and a NUL; the empty text when the
-    /// key
-    ///         is absent
+    /// buffer  receives at most `size` - 1 bytes of the value and a NUL; the empty text when
+    ///         the key is absent
     /// size    the buffer's size in bytes
     /// Returns whether the key is there.
     bool GetEntry(const char* key, char* buffer, unsigned int size) const;

@@ -25,32 +25,23 @@ namespace {
 constexpr mode_t kOwnerOnly = 0600;
 constexpr std::size_t kSuffixLength = 6;
 
-// The suffix of a temporary file: letters of both cases and digits, all three kinds in each, so
-// that ".rc.conf.backup" or ".rc.conf.202411" is never taken for a file of ours and swept.
+bool IsAlphanumeric(char byte) { return std::isalnum(static_cast<unsigned char>(byte)) != 0; }
+
+// The suffix of a temporary file: a tilde, which mkstemp(3) never uses, and five letters or digits.
+// So a ".rc.conf.backup" of an operator's or a ".rc.conf.aB3dE9" of another program is never swept.
 bool IsTemporarySuffix(std::string_view suffix) {
-    const auto any = [&](int (*isKind)(int)) {
-        return std::any_of(suffix.begin(), suffix.end(), [&](char byte) {
-            return isKind(static_cast<unsigned char>(byte)) != 0;
-        });
-    };
-    const auto isAlphanumeric = [](char byte) {
-        return std::isalnum(static_cast<unsigned char>(byte)) != 0;
-    };
-    return suffix.size() == kSuffixLength &&
-           std::all_of(suffix.begin(), suffix.end(), isAlphanumeric) && any(std::isupper) &&
-           any(std::islower) && any(std::isdigit);
+    return suffix.size() == kSuffixLength && suffix.front() == '~' &&
+           std::all_of(suffix.begin() + 1, suffix.end(), IsAlphanumeric);
 }
 
 std::string NextSuffix(std::uint64_t& seed) {
     static const std::string_view kAlphabet =
         "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
-    std::string suffix(kSuffixLength, '\0');
-    do {
-        for (char& byte : suffix) {
-            seed = seed * 6364136223846793005U + 1442695040888963407U;  // Knuth, TAOCP 3.3.4
-            byte = kAlphabet[static_cast<std::size_t>((seed >> 33U) % kAlphabet.size())];
-        }
-    } while (!IsTemporarySuffix(suffix));
+    std::string suffix(kSuffixLength, '~');
+    for (std::size_t i = 1; i < kSuffixLength; ++i) {
+        seed = seed * 6364136223846793005U + 1442695040888963407U;  // Knuth, TAOCP 3.3.4
+        suffix[i] = kAlphabet[(seed >> 33U) % kAlphabet.size()];
+    }
     return suffix;
 }
 

@@ -14,7 +14,7 @@
 /// Replaces the text of a regular file by `pieces`, one behind the other, durably:
 ///
 ///     /dir/NAME (old)                      before
-///     /dir/NAME (old), /dir/.NAME.XXXXXX   while writing, syncing
+///     /dir/NAME (old), /dir/.NAME.~XXXXX   while writing, syncing
 ///     /dir/NAME (new)                      after the rename; then the folder is synced
 ///
 /// The file keeps its owner, group and mode; a path that is a link keeps being one, and the file

@@ -1,7 +1,6 @@
 #include "support/entry.h"
 
 #include <algorithm>
-#include <cstring>
 #include <stdexcept>
 #include <string>
 
@@ -10,7 +9,7 @@ void CopyValue(std::string_view value, char* buffer, unsigned int size) {
         return;
     }
     const std::size_t length = std::min<std::size_t>(value.size(), size - 1);
-    std::memcpy(buffer, value.data(), length);
+    value.copy(buffer, length);
     buffer[length] = '\0';
 }
 
@@ -24,8 +23,10 @@ const char* KeyFault(std::string_view key, char separator, char commentMark) {
     if (IsBlank(key.front()) || IsBlank(key.back())) {
         return "it has a blank at an end";
     }
-    if (key.find(separator) != std::string_view::npos || key.find('\n') != std::string_view::npos) {
-        return "it holds a separator or a line feed";
+    for (const char byte : key) {
+        if (byte == separator || byte == '\n') {
+            return "it holds a separator or a line feed";
+        }
     }
     return nullptr;
 }

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 
 #include "support/system_call.h"
@@ -36,12 +37,18 @@ LogStream::LogStream(const char* name, bool append, bool create, int maxFileSize
                      unsigned int bufferSize, bool syncAtFlush)
     : m_file(-1), m_maxFileSize(maxFileSize), m_bufferSize(bufferSize), m_syncAtFlush(syncAtFlush) {
     m_pending.reserve(m_bufferSize);
-    // O_NONBLOCK: a log that turns out to be a FIFO nobody reads must not stop the caller.
+    // O_NONBLOCK: opening a FIFO must not wait for its reader.
     const int flags = O_WRONLY | O_APPEND | O_CLOEXEC | O_NOCTTY | O_NONBLOCK |
                       (append ? 0 : O_TRUNC) | (create ? O_CREAT : 0);
     m_file = RetryInterrupted([&] { return open(name, flags, 0640); });
     if (m_file == -1) {
         ThrowSystemFailure(errno, name, "open log");
+    }
+    struct stat file {};
+    if (fstat(m_file, &file) == 0 && S_ISFIFO(file.st_mode)) {
+        (void)close(m_file);
+        // A reader that goes away would have the kernel kill the process (SIGPIPE).
+        ThrowSystemFailure(EINVAL, name, "open log (a pipe, not a file)");
     }
 }
 
@@ -88,7 +95,12 @@ void LogStream::Flush() {
     }
     m_pending.erase(0, written);
     if (m_pending.size() > m_bufferSize) {
-        m_pending.clear();  // a full disk must not fill the memory as well
+        // A full disk must not fill the memory as well. What stays are whole lines from the oldest
+        // on, so that the rest of a line that was written in part is not lost.
+        const std::string::size_type fitting = m_pending.rfind('\n', m_bufferSize);
+        const std::string::size_type last =
+            fitting != std::string::npos ? fitting : m_pending.find('\n');
+        m_pending.erase(std::min(last, m_pending.size() - 1) + 1);
     }
     if (m_syncAtFlush) {
         (void)fdatasync(m_file);

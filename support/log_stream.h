@@ -16,10 +16,11 @@ class LogStream {
     /// create        true creates a missing file, false makes that a failure
     /// maxFileSize   in bytes: a file that would outgrow it starts anew, empty
     /// filesKept     how many files the log has: 1, since a full one starts anew
-    /// bufferSize    in bytes: memory kept ready for lines, and the most text that is kept for
-    ///               another try after a failed write; no limit for the length of a line
+    /// bufferSize    in bytes: memory kept ready for lines, and the most that is kept for another
+    ///               try after a failed write, or else the oldest line; no limit for a line
     /// syncAtFlush   true makes each Flush wait until the text is on the disk
-    /// Throws std::system_error, whose text names the path, when the file cannot be opened.
+    /// Throws std::system_error, whose text names the path, when the file cannot be opened or is a
+    /// pipe.
     LogStream(const char* name, bool append, bool create, int maxFileSize, int filesKept,
               unsigned int bufferSize, bool syncAtFlush);
     /// Flushes and closes.

@@ -1,5 +1,6 @@
 #include "support/multi_section_file.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 #include "support/durable_file.h"
@@ -15,6 +16,13 @@ namespace {
 std::size_t CloserOf(std::string_view section) {
     const std::size_t lineFeed = section.rfind('\n', section.size() - 2);
     return lineFeed + 1;
+}
+
+// Whether the last line of the text has no line end.
+bool LacksLineEnd(const std::vector<std::string_view>& pieces) {
+    const auto last = std::find_if(pieces.rbegin(), pieces.rend(),
+                                   [](std::string_view piece) { return !piece.empty(); });
+    return last != pieces.rend() && last->back() != '\n';
 }
 
 }  // namespace
@@ -107,32 +115,24 @@ bool MultiSectionFile::FindEntry(std::string_view key, std::size_t position,
     return false;
 }
 
-// Finds the value of the first entry with the key.
-bool MultiSectionFile::FindValue(std::string_view key, std::string_view& value) const {
-    const std::string_view section = SectionText();
-    if (m_entriesArePlain && !m_sectionChanged &&
-        KeyFault(key, m_grammar.Separator(), m_grammar.CommentMark()) == nullptr) {
-        const std::string_view text = m_text.View();
-        const std::size_t begin = FindPlainEntry(text, m_begin, m_end, key, m_grammar.Separator());
-        if (begin == std::string_view::npos) {
-            return false;
-        }
-        value = text.substr(begin, text.find('\n', begin) - begin);
-        return true;
+// Returns the value of the first entry with the key; a view of nothing at all (null) without one.
+std::string_view MultiSectionFile::FindValue(std::string_view key) const {
+    CheckCurrent();
+    if (m_entriesArePlain && !m_sectionChanged) {
+        return KeyFault(key, m_grammar.Separator(), m_grammar.CommentMark()) == nullptr
+                   ? FindPlainEntry(m_text.View(), m_begin, m_end, key, m_grammar.Separator())
+                   : std::string_view();
     }
     EntryPlace place{};
-    if (!FindEntry(key, 0, place)) {
-        return false;
-    }
-    value = section.substr(place.value, place.valueEnd - place.value);
-    return true;
+    return FindEntry(key, 0, place)
+               ? SectionText().substr(place.value, place.valueEnd - place.value)
+               : std::string_view();
 }
 
 bool MultiSectionFile::GetSectionEntry(const char* key, char* buffer, unsigned int size) const {
-    std::string_view value;
-    const bool found = FindValue(key, value);
+    const std::string_view value = FindValue(key);
     CopyValue(value, buffer, size);
-    return found;
+    return value.data() != nullptr;
 }
 
 bool MultiSectionFile::SetSectionEntry(const char* key, const char* value) {
@@ -152,12 +152,9 @@ void MultiSectionFile::AddSection(bool first) {
         throw std::logic_error(m_path + ": change of a file opened read-only");
     }
     LeaveSection();
-    m_next = m_text.size;
-    if (first) {
-        FoldChanges();
-        m_next = FindOpener(0, m_end);
-    }
-    if (m_next == m_text.size && m_next > 0 && m_text.View().back() != '\n') {
+    FoldChanges();  // so that the text's last line is the one that stands there now
+    m_next = first ? FindOpener(0, m_end) : m_text.size;
+    if (m_next == m_text.size && LacksLineEnd(Pieces())) {
         m_changes.push_back({m_next, m_next, "\n"});
     }
     m_section = m_grammar.EmptySection();
@@ -187,11 +184,16 @@ void MultiSectionFile::DeleteSection() {
 
 void MultiSectionFile::DeleteSectionEntry(const char* key) {
     CheckChangeable();
-    EntryPlace place{};
+    const std::string_view section = SectionText();
+    std::string kept;
     std::size_t position = 0;
-    while (FindEntry(key, position, place)) {
-        ChangeableSection().erase(place.begin, place.end - place.begin);
-        position = place.begin;
+    for (EntryPlace place{}; FindEntry(key, position, place); position = place.end) {
+        kept.append(section.substr(position, place.begin - position));
+    }
+    if (position > 0) {
+        kept.append(section.substr(position));
+        m_section = std::move(kept);
+        m_sectionChanged = true;
     }
 }
 

@@ -54,9 +54,8 @@ class MultiSectionFile {
 
     /// Reads an entry of the current section.
     /// key     the key; of several entries with it the first is read
-    /// buffer  receives at most `size` - 1 bytes of the value and a NUL; the empty text when the
-    /// key
-    ///         is absent
+    /// buffer  receives at most `size` - 1 bytes of the value and a NUL; the empty text when
+    ///         the key is absent
     /// size    the buffer's size in bytes
     /// Returns whether the key is there.
     bool GetSectionEntry(const char* key, char* buffer, unsigned int size) const;
@@ -102,7 +101,7 @@ class MultiSectionFile {
     std::string_view SectionText() const;
     std::string& ChangeableSection();
     bool FindEntry(std::string_view key, std::size_t position, EntryPlace& place) const;
-    bool FindValue(std::string_view key, std::string_view& value) const;
+    std::string_view FindValue(std::string_view key) const;
     void InsertEntry(const char* key, const char* value);
     void CheckCurrent() const;
     void CheckChangeable() const;

@@ -31,16 +31,16 @@ std::size_t SkipLineByLine(std::string_view text, std::size_t position, char sep
     return text.size();
 }
 
-std::size_t FindLineByLine(std::string_view text, std::size_t begin, std::string_view key,
-                           char separator) {
+std::string_view FindLineByLine(std::string_view text, std::size_t begin, std::string_view key,
+                                char separator) {
     for (std::size_t lineFeed = begin; (lineFeed = text.find('\n', lineFeed)) != text.npos;) {
         const std::size_t keyEnd = ++lineFeed + key.size();
         if (keyEnd < text.size() && text[keyEnd] == separator &&
             text.compare(lineFeed, key.size(), key) == 0) {
-            return keyEnd + 1;
+            return text.substr(keyEnd + 1, text.find('\n', keyEnd) - keyEnd - 1);
         }
     }
-    return std::string_view::npos;
+    return {};
 }
 
 #if defined(__SSE2__)
@@ -119,9 +119,23 @@ std::size_t SkipPlainEntries(std::string_view text, std::size_t position, char s
     return SkipLineByLine(text, HoldsNul(lowest) ? begin : lineStart, separator);
 }
 
+// Values are short: a call of memchr would cost more than the search.
+std::size_t LineEnd(std::string_view text, std::size_t position) {
+    const __m128i lineFeed = _mm_set1_epi8('\n');
+    for (; text.size() - position >= sizeof(__m128i); position += sizeof(__m128i)) {
+        const auto ends = static_cast<unsigned int>(
+            _mm_movemask_epi8(_mm_cmpeq_epi8(Load(text.data() + position), lineFeed)));
+        if (ends != 0) {
+            return position + static_cast<unsigned int>(__builtin_ctz(ends));
+        }
+    }
+    const std::size_t lineFeedAt = text.find('\n', position);
+    return lineFeedAt == text.npos ? text.size() : lineFeedAt;
+}
+
 // Looks at 16 places at a time: is there a line feed, and the separator a key's length behind it?
-std::size_t FindPlainEntry(std::string_view text, std::size_t begin, std::size_t end,
-                           std::string_view key, char separator) {
+std::string_view FindPlainEntry(std::string_view text, std::size_t begin, std::size_t end,
+                                std::string_view key, char separator) {
     const __m128i lineFeed = _mm_set1_epi8('\n');
     const __m128i separators = _mm_set1_epi8(separator);
     const std::size_t distance = key.size() + 1;
@@ -134,7 +148,8 @@ std::size_t FindPlainEntry(std::string_view text, std::size_t begin, std::size_t
         for (; places != 0; places &= places - 1) {
             const std::size_t line = begin + static_cast<unsigned int>(__builtin_ctz(places)) + 1;
             if (line < end && std::memcmp(text.data() + line, key.data(), key.size()) == 0) {
-                return line + distance;
+                const std::size_t value = line + distance;
+                return text.substr(value, LineEnd(text, value) - value);
             }
         }
     }
@@ -147,8 +162,8 @@ std::size_t SkipPlainEntries(std::string_view text, std::size_t position, char s
     return SkipLineByLine(text, position, separator);
 }
 
-std::size_t FindPlainEntry(std::string_view text, std::size_t begin, std::size_t end,
-                           std::string_view key, char separator) {
+std::string_view FindPlainEntry(std::string_view text, std::size_t begin, std::size_t end,
+                                std::string_view key, char separator) {
     return FindLineByLine(text.substr(0, end), begin, key, separator);
 }
 

@@ -19,6 +19,6 @@ std::size_t SkipPlainEntries(std::string_view text, std::size_t position, char s
 /// Finds the first line that begins with `key` and `separator`.
 /// text        the whole text
 /// begin, end  the stretch to search; the line that begins at `begin` itself is not looked at
-/// Returns where its value begins, or npos.
-std::size_t FindPlainEntry(std::string_view text, std::size_t begin, std::size_t end,
-                           std::string_view key, char separator);
+/// Returns its value, or a view of nothing at all (null) when there is no such line.
+std::string_view FindPlainEntry(std::string_view text, std::size_t begin, std::size_t end,
+                                std::string_view key, char separator);

@@ -30,6 +30,11 @@ key_t KeyOf(const std::string& name) {
     return key == IPC_PRIVATE ? 1 : key;  // IPC_PRIVATE would be a lock shared with nobody
 }
 
+// The calling thread, which is another one in the child of a fork, and the set that it holds.
+std::uint64_t Holding(int set) {
+    return static_cast<std::uint64_t>(gettid()) << 32U | static_cast<std::uint32_t>(set);
+}
+
 const char* StepText(int error) {
     switch (error) {
         case ENOSPC:
@@ -68,8 +73,7 @@ void Semaphore::Lock(bool) {
     for (int removals = 0;; ++removals) {
         const int set = m_set;
         if (RetryInterrupted([&] { return semop(set, take, 2); }) == 0) {
-            m_heldSet = set;
-            m_holder = getpid();
+            m_held = Holding(set);
             return;
         }
         const bool removed = errno == EIDRM || errno == EINVAL;
@@ -81,9 +85,10 @@ void Semaphore::Lock(bool) {
 }
 
 void Semaphore::Unlock() noexcept {
+    std::uint64_t held = m_held;
+    const int set = static_cast<int>(held & 0xffffffffU);
     // Forgotten before the release: the next holder may be another thread on this same handle.
-    const int set = m_heldSet.exchange(-1);
-    if (m_holder.exchange(0) != getpid()) {
+    if (held != Holding(set) || !m_held.compare_exchange_strong(held, 0)) {
         return;
     }
     struct sembuf release = {0, -1, SEM_UNDO | IPC_NOWAIT};

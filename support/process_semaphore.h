@@ -1,15 +1,15 @@
 #pragma once
 
-#include <sys/types.h>
-
 #include <atomic>
+#include <cstdint>
 #include <string>
 
 /// A lock that all processes of the device share.
 ///
 /// Objects made with the same number and path, in whatever process, are handles on one lock. The
-/// kernel frees the lock of a process that dies, however it dies. Not re-entrant: a thread that
-/// locks twice waits for itself. All members may be called from any thread.
+/// kernel frees the lock of a process that dies, however it dies; one that calls exec instead holds
+/// it until its new program ends (semop(2)). Not re-entrant: a thread that locks twice waits for
+/// itself. All members may be called from any thread.
 ///
 /// It is a System V semaphore set of one: 0 is free, 1 is held. A new set is born with 0 (Linux,
 /// semget(2)), and one semop takes the lock, so no process ever sees it half made. The set is never
@@ -32,15 +32,15 @@ class Semaphore {
     /// Throws std::system_error, without the lock, when the kernel refuses.
     void Lock(bool);
 
-    /// Releases the lock. Does nothing when this handle does not hold it, above all in the child of
-    /// a fork, and never releases what another handle holds. Never throws.
+    /// Releases the lock that the calling thread took through this handle. Does nothing when there
+    /// is none, above all in the child of a fork, and never releases what another holder has.
+    /// Never throws.
     void Unlock() noexcept;
 
   private:
     void Obtain();
 
-    std::string m_name;              // "NUMBER:PATH"
-    std::atomic<int> m_set;          // the set's identifier, which changes when it was removed
-    std::atomic<int> m_heldSet{-1};  // the set on which this handle holds the lock, or -1
-    std::atomic<pid_t> m_holder{0};  // the process that took it through this handle
+    std::string m_name;                    // "NUMBER:PATH"
+    std::atomic<int> m_set;                // the set's identifier; another one after a removal
+    std::atomic<std::uint64_t> m_held{0};  // the holding thread and the set it holds, 0 for none
 };

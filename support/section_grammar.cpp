@@ -16,10 +16,7 @@ namespace {
                                  std::size_t position, const char* reason) {
     const std::string_view before = text.substr(0, position);
     const auto number = 1 + std::count(before.begin(), before.end(), '\n');
-    LineScanner lines(text, position);
-    const bool endsInReturn = lines.Next() && !lines.Line().empty() && lines.Line().back() == '\r';
-    throw std::runtime_error(path + ":" + std::to_string(number) + ": " + reason +
-                             (endsInReturn ? " (the line ends in a carriage return)" : ""));
+    throw std::runtime_error(path + ":" + std::to_string(number) + ": " + reason);
 }
 
 }  // namespace
@@ -62,8 +59,10 @@ SectionGrammar::LineKind SectionGrammar::KindOf(std::string_view line) const {
     if (trimmed.front() == m_separator) {
         return LineKind::kEntryWithoutKey;
     }
-    return trimmed.find(m_separator) == std::string_view::npos ? LineKind::kOther
-                                                               : LineKind::kEntry;
+    if (trimmed.find(m_separator) != std::string_view::npos) {
+        return LineKind::kEntry;
+    }
+    return trimmed.back() == '\r' ? LineKind::kReturn : LineKind::kOther;
 }
 
 // The lines between two sections as this library writes them are the most frequent ones, and known
@@ -98,6 +97,8 @@ const char* SectionGrammar::FaultOf(LineKind kind, bool inSection) {
             return inSection ? nullptr : "entry outside a section";
         case LineKind::kEntryWithoutKey:
             return inSection ? "entry without a key" : "entry outside a section";
+        case LineKind::kReturn:
+            return "line ends in a carriage return";
         case LineKind::kOther:
             break;
     }

@@ -10,7 +10,16 @@ namespace Configuration {
 /// An object never changes after it is made, so any thread may use it.
 class SectionGrammar {
   public:
-    enum class LineKind { kBlank, kComment, kOpener, kCloser, kEntry, kEntryWithoutKey, kOther };
+    enum class LineKind {
+        kBlank,
+        kComment,
+        kOpener,
+        kCloser,
+        kEntry,
+        kEntryWithoutKey,
+        kReturn,
+        kOther
+    };
 
     /// keyword  the word that opens a section
     /// opener, closer, separator, commentMark

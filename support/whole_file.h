@@ -21,8 +21,7 @@ FileText MakeText(std::size_t size);
 /// waited for.
 /// path             the file
 /// createIfMissing  true makes a missing file, empty, with mode 0600 whatever the umask; folders
-/// are
-///                  never made
+///                  are never made
 /// Throws std::system_error with the text "path: step: reason".
 FileText ReadWholeFile(const char* path, bool createIfMissing);
 

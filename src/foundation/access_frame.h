@@ -13,8 +13,7 @@
 // 1. The work runs under the lock of the device, and what it opens is closed before the lock goes.
 // 2. The lock is free again on every way out: result, failure, or an exception of another family.
 // 3. A std::exception, also one of the lock or the buffer, becomes the operation's failure value
-// and
-//    one ERROR line, which is written without the lock.
+//    and one ERROR line, which is written without the lock.
 
 /// Where the values that an operation reads are put.
 struct ValueBuffer {

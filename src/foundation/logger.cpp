@@ -66,6 +66,7 @@ void CSIPTrunkLogger::TRACE(unsigned char level, const char* format, ...) {
         m_stream.TRACE(level, format, arguments, 0);
     } catch (...) {
         va_end(arguments);
+        m_stream.TRACE(level, "\n");  // the prefix is not left for the next line
         throw;
     }
     va_end(arguments);

@@ -12,7 +12,8 @@ bool CSIPTrunkConfig::GetSIPTrunkParams(std::list<CSIPTrunkBase::STParamsRecord>
             if (!sections.Read(key::kTrunkType) || trunkType != sections.Text()) {
                 continue;
             }
-            CSIPTrunkBase::STParamsRecord record;
+            std::list<CSIPTrunkBase::STParamsRecord> item(1);
+            CSIPTrunkBase::STParamsRecord& record = item.front();
             record.trunk_name = sections.Get(key::kTrunkName);
             record.user_name = sections.Get(key::kUserName);
             record.registration_date = sections.Get(key::kRegistrationDate);
@@ -25,7 +26,7 @@ bool CSIPTrunkConfig::GetSIPTrunkParams(std::list<CSIPTrunkBase::STParamsRecord>
                 record.remote_port = sections.Get(key::kSlavePort);
                 record.sym_nat = flag::BeginsWithOne(sections.Get(key::kSymNat));
             }
-            trunks.push_back(std::move(record));
+            trunks.splice(trunks.end(), item);
         }
         return true;
     });
