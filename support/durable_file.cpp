@@ -10,9 +10,8 @@
 #include <array>
 #include <cctype>
 #include <cerrno>
+#include <climits>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <ctime>
 #include <string>
 
@@ -24,6 +23,7 @@ namespace {
 
 constexpr mode_t kOwnerOnly = 0600;
 constexpr std::size_t kSuffixLength = 6;
+constexpr int kMostLinks = 40;  // as many as the kernel follows (path_resolution(7))
 
 bool IsAlphanumeric(char byte) { return std::isalnum(static_cast<unsigned char>(byte)) != 0; }
 
@@ -45,41 +45,53 @@ std::string NextSuffix(std::uint64_t& seed) {
     return suffix;
 }
 
-// The folder of the file that is replaced, the file's name in it, and its owner and mode.
+// Returns the path with the link at its end followed, and the link at that one's end, and so on.
+// Links in the folders are left to the kernel.
+std::string FollowLinks(const char* path) {
+    std::string followed = path;
+    char target[PATH_MAX];
+    for (int links = 0; links <= kMostLinks; ++links) {
+        const ssize_t length =
+            RetryInterrupted([&] { return readlink(followed.c_str(), target, sizeof(target)); });
+        if (length == -1 && errno == EINVAL) {
+            return followed;  // no link any more (readlink(2))
+        }
+        if (length == -1) {
+            ThrowSystemFailure(errno, path, "resolve");
+        }
+        // A relative target begins in the folder of its link.
+        followed.erase(target[0] == '/' ? 0 : followed.rfind('/') + 1);
+        followed.append(target, static_cast<std::size_t>(length));
+    }
+    ThrowSystemFailure(ELOOP, path, "resolve");
+}
+
+// The file that is replaced, seen from its folder.
 class Target {
   public:
-    explicit Target(const char* path) : m_path(path), m_real(Resolve(path)) {
-        const std::size_t slash = m_real.rfind('/');
-        m_name = m_real.substr(slash + 1);
-        const std::string folder = m_real.substr(0, slash + 1);
-        const int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
-        m_folder = RetryInterrupted([&] { return open(folder.c_str(), flags); });
-        if (m_folder == -1) {
-            ThrowSystemFailure(errno, m_path, "open folder");
-        }
-    }
-    ~Target() { (void)close(m_folder); }
-    Target(const Target&) = delete;
-    Target& operator=(const Target&) = delete;
+    explicit Target(const char* path)
+        : m_path(path),
+          m_file(FollowLinks(path)),
+          m_nameBegin(m_file.rfind('/') + 1),
+          m_folder(OpenFolder()) {}
 
     [[noreturn]] void Fail(const char* step) const { ThrowSystemFailure(errno, m_path, step); }
 
     struct stat Status() const {
         struct stat file {};
-        if (RetryInterrupted([&] {
-                return fstatat(m_folder, m_name.c_str(), &file, AT_SYMLINK_NOFOLLOW);
-            }) == -1) {
+        if (RetryInterrupted(
+                [&] { return fstatat(Folder(), Name(), &file, AT_SYMLINK_NOFOLLOW); }) == -1) {
             Fail("stat");
         }
         CheckRegular(m_path, file);
         return file;
     }
 
-    int Folder() const { return m_folder; }
-    const std::string& Name() const { return m_name; }
+    int Folder() const { return m_folder.Number(); }
+    const char* Name() const { return m_file.c_str() + m_nameBegin; }
 
     void SyncFolder() const {
-        if (RetryInterrupted([&] { return fsync(m_folder); }) == 0) {
+        if (RetryInterrupted([&] { return fsync(Folder()); }) == 0) {
             return;
         }
         // File systems without a sync for folders answer so (fsync(2)).
@@ -89,22 +101,20 @@ class Target {
     }
 
   private:
-    static std::string Resolve(const char* path) {
-        std::unique_ptr<char, void (*)(void*)> real(nullptr, std::free);
-        const int resolved = RetryInterrupted([&] {
-            real.reset(realpath(path, nullptr));
-            return real ? 0 : -1;
-        });
-        if (resolved == -1) {
-            ThrowSystemFailure(errno, path, "resolve");
+    int OpenFolder() const {
+        const std::string folder = m_nameBegin == 0 ? "." : m_file.substr(0, m_nameBegin);
+        const int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+        const int opened = RetryInterrupted([&] { return open(folder.c_str(), flags); });
+        if (opened == -1) {
+            Fail("open folder");
         }
-        return real.get();
+        return opened;
     }
 
     const char* m_path;  // as the caller gave it, for messages
-    std::string m_real;
-    std::string m_name;
-    int m_folder = -1;
+    std::string m_file;  // with the links at its end followed
+    std::size_t m_nameBegin;
+    FileDescriptor m_folder;
 };
 
 // A file beside the target, removed unless it has become the target.
@@ -159,9 +169,8 @@ class TemporaryFile {
 
     void RenameToTarget() {
         const int folder = m_target.Folder();
-        if (RetryInterrupted([&] {
-                return renameat(folder, m_name.c_str(), folder, m_target.Name().c_str());
-            }) == -1) {
+        if (RetryInterrupted(
+                [&] { return renameat(folder, m_name.c_str(), folder, m_target.Name()); }) == -1) {
             const bool isMountPoint = errno == EBUSY || errno == EXDEV;
             m_target.Fail(isMountPoint ? "rename (the file is a mount point: mount its folder)"
                                        : "rename");
@@ -177,7 +186,7 @@ class TemporaryFile {
             static_cast<std::uint64_t>(now.tv_nsec) ^ (static_cast<std::uint64_t>(getpid()) << 32U);
         const int flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
         for (int attempt = 0; attempt < 100; ++attempt) {
-            m_name = "." + m_target.Name() + "." + NextSuffix(seed);
+            m_name.assign(".").append(m_target.Name()).append(".").append(NextSuffix(seed));
             const int file = RetryInterrupted(
                 [&] { return openat(m_target.Folder(), m_name.c_str(), flags, kOwnerOnly); });
             if (file != -1) {
@@ -214,26 +223,27 @@ class TemporaryFile {
     bool m_renamed = false;
 };
 
-bool IsLeftover(std::string_view entry, const std::string& name) {
+bool IsLeftover(std::string_view entry, std::string_view name) {
     return entry.size() == name.size() + 2 + kSuffixLength && entry.front() == '.' &&
            entry.substr(1, name.size()) == name && entry[1 + name.size()] == '.' &&
            IsTemporarySuffix(entry.substr(2 + name.size()));
 }
 
-// The save is done by now: what cannot be swept stays for the next save.
+// The save is done by now: what cannot be swept stays for the next save. Read with getdents64(2),
+// since readdir would allocate 32 KiB for a folder of two files.
 void SweepLeftovers(const Target& target) {
-    const int folder = openat(target.Folder(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (folder == -1) {
-        return;
-    }
-    const std::unique_ptr<DIR, int (*)(DIR*)> entries(fdopendir(folder), closedir);
-    if (!entries) {
-        (void)close(folder);
-        return;
-    }
-    while (const struct dirent* entry = readdir(entries.get())) {
-        if (IsLeftover(entry->d_name, target.Name())) {
-            (void)unlinkat(target.Folder(), entry->d_name, 0);
+    alignas(struct dirent64) char entries[2048];
+    for (;;) {
+        const ssize_t filled = getdents64(target.Folder(), entries, sizeof(entries));
+        if (filled <= 0) {
+            return;
+        }
+        for (ssize_t offset = 0; offset < filled;) {
+            const auto* entry = reinterpret_cast<const struct dirent64*>(entries + offset);
+            if (IsLeftover(entry->d_name, target.Name())) {
+                (void)unlinkat(target.Folder(), entry->d_name, 0);
+            }
+            offset += entry->d_reclen;
         }
     }
 }

@@ -1,16 +1,20 @@
 #include "src/foundation/paths.h"
 
 #include <cstdlib>
+#include <string_view>
 
 namespace {
 
-std::string BaseDirectory() {
+std::string BelowBaseDirectory(std::string_view file) {
     const char* configured = std::getenv("QORV_PATH");
-    return configured != nullptr ? configured : "/etc/qorv-conf/";
+    const std::string_view base = configured != nullptr ? configured : "/etc/qorv-conf/";
+    std::string path;
+    path.reserve(base.size() + file.size());
+    return path.append(base).append(file);
 }
 
 }  // namespace
 
-std::string DatabasePath() { return BaseDirectory() + "telephony/" + "siptrunkdb"; }
+std::string DatabasePath() { return BelowBaseDirectory("telephony/siptrunkdb"); }
 
-std::string StartFilePath() { return BaseDirectory() + "sysconfig/rc.conf"; }
+std::string StartFilePath() { return BelowBaseDirectory("sysconfig/rc.conf"); }
