@@ -1,6 +1,5 @@
 #include "support/multi_section_file.h"
 
-#include <algorithm>
 #include <stdexcept>
 
 #include "support/durable_file.h"
@@ -18,13 +17,6 @@ std::size_t CloserOf(std::string_view section) {
     return lineFeed + 1;
 }
 
-// Whether the last line of the text has no line end.
-bool LacksLineEnd(const std::vector<std::string_view>& pieces) {
-    const auto last = std::find_if(pieces.rbegin(), pieces.rend(),
-                                   [](std::string_view piece) { return !piece.empty(); });
-    return last != pieces.rend() && last->back() != '\n';
-}
-
 }  // namespace
 
 MultiSectionFile::MultiSectionFile(const char* path, bool createIfMissing, bool readOnly, bool,
@@ -34,7 +26,7 @@ MultiSectionFile::MultiSectionFile(const char* path, bool createIfMissing, bool 
       m_readOnly(readOnly),
       m_grammar(keyword, opener, closer, separator, commentMark),
       m_text(ReadWholeFile(path, createIfMissing)),
-      m_entriesArePlain(m_grammar.Check(m_path, m_text.View())) {}
+      m_entriesArePlain(m_grammar.Check(m_path, m_text.View(), m_ends)) {}
 
 MultiSectionFile::~MultiSectionFile() = default;
 
@@ -42,6 +34,7 @@ void MultiSectionFile::Restart() {
     LeaveSection();
     FoldChanges();
     m_next = 0;
+    m_nextEnd = 0;
 }
 
 // Returns where the line of the next opener begins and, in `end`, where it ends; the end of the
@@ -73,7 +66,8 @@ bool MultiSectionFile::GotoNextSection() {
     LeaveSection();
     m_begin = FindOpener(m_next, m_end);
     m_hasSection = m_begin < m_end;
-    m_next = m_end = FindSectionEnd(m_end);
+    m_end = m_nextEnd < m_ends.count ? m_ends.offsets[m_nextEnd++] : FindSectionEnd(m_end);
+    m_next = m_end;
     return m_hasSection;
 }
 
@@ -118,10 +112,9 @@ bool MultiSectionFile::FindEntry(std::string_view key, std::size_t position,
 // Returns the value of the first entry with the key; a view of nothing at all (null) without one.
 std::string_view MultiSectionFile::FindValue(std::string_view key) const {
     CheckCurrent();
-    if (m_entriesArePlain && !m_sectionChanged) {
-        return KeyFault(key, m_grammar.Separator(), m_grammar.CommentMark()) == nullptr
-                   ? FindPlainEntry(m_text.View(), m_begin, m_end, key, m_grammar.Separator())
-                   : std::string_view();
+    if (m_entriesArePlain && !m_sectionChanged && !key.empty() &&
+        key.front() != m_grammar.CommentMark()) {
+        return FindPlainEntry(m_text.View(), m_begin, m_end, key, m_grammar.Separator());
     }
     EntryPlace place{};
     return FindEntry(key, 0, place)
@@ -154,7 +147,8 @@ void MultiSectionFile::AddSection(bool first) {
     LeaveSection();
     FoldChanges();  // so that the text's last line is the one that stands there now
     m_next = first ? FindOpener(0, m_end) : m_text.size;
-    if (m_next == m_text.size && LacksLineEnd(Pieces())) {
+    m_nextEnd = first ? 0 : m_ends.count;
+    if (m_next == m_text.size && m_next > 0 && m_text.View().back() != '\n') {
         m_changes.push_back({m_next, m_next, "\n"});
     }
     m_section = m_grammar.EmptySection();
@@ -237,6 +231,7 @@ void MultiSectionFile::FoldChanges() {
     }
     m_text = std::move(folded);
     m_changes.clear();
+    m_ends.count = 0;
 }
 
 // The file's text as it stands: the unchanged stretches and, between them, the changes.

@@ -113,6 +113,9 @@ class MultiSectionFile {
     bool m_readOnly;
     SectionGrammar m_grammar;
 
+    SectionEnds m_ends;         // of m_text
+    std::size_t m_nextEnd = 0;  // that of the section that follows, among them
+
     FileText m_text;                // as loaded, or as last folded
     bool m_entriesArePlain;         // whether FindPlainEntry sees every entry of m_text
     std::vector<Change> m_changes;  // of sections that the walk has left, in the order of m_text

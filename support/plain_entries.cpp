@@ -31,13 +31,15 @@ std::size_t SkipLineByLine(std::string_view text, std::size_t position, char sep
     return text.size();
 }
 
+// Of the line that holds `begin`, only the rest is looked at, and that is no entry.
 std::string_view FindLineByLine(std::string_view text, std::size_t begin, std::string_view key,
                                 char separator) {
-    for (std::size_t lineFeed = begin; (lineFeed = text.find('\n', lineFeed)) != text.npos;) {
-        const std::size_t keyEnd = ++lineFeed + key.size();
-        if (keyEnd < text.size() && text[keyEnd] == separator &&
-            text.compare(lineFeed, key.size(), key) == 0) {
-            return text.substr(keyEnd + 1, text.find('\n', keyEnd) - keyEnd - 1);
+    LineScanner lines(text, begin);
+    (void)lines.Next();
+    while (lines.Next()) {
+        const std::string_view line = lines.Line();
+        if (line.substr(0, key.size()) == key && line.find(separator) == key.size()) {
+            return line.substr(key.size() + 1);
         }
     }
     return {};
@@ -119,18 +121,22 @@ std::size_t SkipPlainEntries(std::string_view text, std::size_t position, char s
     return SkipLineByLine(text, HoldsNul(lowest) ? begin : lineStart, separator);
 }
 
-// Values are short: a call of memchr would cost more than the search.
-std::size_t LineEnd(std::string_view text, std::size_t position) {
-    const __m128i lineFeed = _mm_set1_epi8('\n');
+// Keys and values are short: a call of memchr would cost more than the search.
+std::size_t FirstOf(std::string_view text, std::size_t position, char one, char other) {
+    const __m128i ones = _mm_set1_epi8(one);
+    const __m128i others = _mm_set1_epi8(other);
     for (; text.size() - position >= sizeof(__m128i); position += sizeof(__m128i)) {
-        const auto ends = static_cast<unsigned int>(
-            _mm_movemask_epi8(_mm_cmpeq_epi8(Load(text.data() + position), lineFeed)));
-        if (ends != 0) {
-            return position + static_cast<unsigned int>(__builtin_ctz(ends));
+        const __m128i bytes = Load(text.data() + position);
+        const auto places = static_cast<unsigned int>(_mm_movemask_epi8(
+            _mm_or_si128(_mm_cmpeq_epi8(bytes, ones), _mm_cmpeq_epi8(bytes, others))));
+        if (places != 0) {
+            return position + static_cast<unsigned int>(__builtin_ctz(places));
         }
     }
-    const std::size_t lineFeedAt = text.find('\n', position);
-    return lineFeedAt == text.npos ? text.size() : lineFeedAt;
+    while (position < text.size() && text[position] != one && text[position] != other) {
+        ++position;
+    }
+    return position;
 }
 
 // Looks at 16 places at a time: is there a line feed, and the separator a key's length behind it?
@@ -147,9 +153,10 @@ std::string_view FindPlainEntry(std::string_view text, std::size_t begin, std::s
             static_cast<unsigned int>(_mm_movemask_epi8(_mm_and_si128(lineEnds, keyEnds)));
         for (; places != 0; places &= places - 1) {
             const std::size_t line = begin + static_cast<unsigned int>(__builtin_ctz(places)) + 1;
-            if (line < end && std::memcmp(text.data() + line, key.data(), key.size()) == 0) {
+            if (line < end && std::memcmp(text.data() + line, key.data(), key.size()) == 0 &&
+                FirstOf(text, line, separator, '\n') == line + key.size()) {
                 const std::size_t value = line + distance;
-                return text.substr(value, LineEnd(text, value) - value);
+                return text.substr(value, FirstOf(text, value, '\n', '\n') - value);
             }
         }
     }

@@ -16,9 +16,9 @@
 /// byte that may follow it. Comments whose first word holds the separator are skipped as well.
 std::size_t SkipPlainEntries(std::string_view text, std::size_t position, char separator);
 
-/// Finds the first line that begins with `key` and `separator`.
+/// Finds the first line whose text before its first separator is `key`.
 /// text        the whole text
-/// begin, end  the stretch to search; the line that begins at `begin` itself is not looked at
+/// begin, end  the stretch to search; the line that holds `begin` is not looked at
 /// Returns its value, or a view of nothing at all (null) when there is no such line.
 std::string_view FindPlainEntry(std::string_view text, std::size_t begin, std::size_t end,
                                 std::string_view key, char separator);

@@ -1,6 +1,7 @@
 #include "support/section_grammar.h"
 
 #include <algorithm>
+#include <iterator>
 #include <stdexcept>
 
 #include "support/entry.h"
@@ -105,7 +106,8 @@ const char* SectionGrammar::FaultOf(LineKind kind, bool inSection) {
     return inSection ? "entry without \"=\"" : "text outside a section";
 }
 
-bool SectionGrammar::Check(const std::string& path, std::string_view text) const {
+bool SectionGrammar::Check(const std::string& path, std::string_view text,
+                           SectionEnds& ends) const {
     bool entriesArePlain = true;
     bool inSection = false;
     std::size_t opener = 0;
@@ -124,6 +126,9 @@ bool SectionGrammar::Check(const std::string& path, std::string_view text) const
             opener = line;
         } else if (kind == LineKind::kCloser) {
             inSection = false;
+            if (ends.count < std::size(ends.offsets) && end <= UINT32_MAX) {
+                ends.offsets[ends.count++] = static_cast<std::uint32_t>(end);
+            }
         } else if (text.substr(line, end - line).find('\0') != std::string_view::npos) {
             fault = "NUL byte";
         }

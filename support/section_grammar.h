@@ -1,10 +1,18 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
 namespace Configuration {
+
+/// Where the first sections of a text end, so that a walk over it need not search for them again. As
+/// many as a device has trunks, and no more memory than that; the ends behind them are searched for.
+struct SectionEnds {
+    std::size_t count = 0;
+    std::uint32_t offsets[1024];
+};
 
 /// The grammar of a sectioned file: what each line is, and where which kind of line may stand.
 /// An object never changes after it is made, so any thread may use it.
@@ -37,10 +45,11 @@ class SectionGrammar {
 
     /// Checks a whole text.
     /// path  the file's name, for the failure's text
+    /// ends  receives where the first sections end
     /// Returns whether all entries are plain (support/plain_entries.h).
     /// Throws std::runtime_error with the text "path:line: reason" at the first line that breaks
     /// the grammar, or holds a NUL byte, as lost writes leave them on flash.
-    bool Check(const std::string& path, std::string_view text) const;
+    bool Check(const std::string& path, std::string_view text, SectionEnds& ends) const;
 
     char Closer() const { return m_closer; }
     char Separator() const { return m_separator; }
