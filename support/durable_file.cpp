@@ -40,7 +40,7 @@ std::string NextSuffix(std::uint64_t& seed) {
     std::string suffix(kSuffixLength, '~');
     for (std::size_t i = 1; i < kSuffixLength; ++i) {
         seed = seed * 6364136223846793005U + 1442695040888963407U;  // Knuth, TAOCP 3.3.4
-        suffix[i] = kAlphabet[(seed >> 33U) % kAlphabet.size()];
+        suffix[i] = kAlphabet[static_cast<std::size_t>((seed >> 33U) % kAlphabet.size())];
     }
     return suffix;
 }

@@ -112,7 +112,7 @@ bool MultiSectionFile::FindEntry(std::string_view key, std::size_t position,
 // Returns the value of the first entry with the key; a view of nothing at all (null) without one.
 std::string_view MultiSectionFile::FindValue(std::string_view key) const {
     CheckCurrent();
-    if (m_entriesArePlain && !m_sectionChanged && !key.empty() &&
+    if (m_entriesArePlain && !m_sectionChanged && !key.empty() && !IsBlank(key.front()) &&
         key.front() != m_grammar.CommentMark()) {
         return FindPlainEntry(m_text.View(), m_begin, m_end, key, m_grammar.Separator());
     }
