@@ -1,0 +1,68 @@
+#!/usr/bin/env bash
+# script/check-includes accepts what a room may include and names each breach.
+# usage: check_includes_test.sh SOURCE_FOLDER
+set -euo pipefail
+
+check=$1/script/check-includes
+tree=$(mktemp -d)
+trap 'rm -rf "$tree"' EXIT
+failures=0
+
+# Verdict FILE INCLUDE yes|no: does the check accept a tree whose only file has this include?
+Verdict() {
+    rm -rf "${tree:?}"/*
+    mkdir -p "$tree/$(dirname "$1")"
+    printf '#pragma once\n\n#include %s\n' "$2" >"$tree/$1"
+    local accepted=yes
+    "$check" "$tree" 2>"$tree/report" || accepted=no
+    if [[ $accepted != "$3" ]]; then
+        echo "$1 with $2: accepted is $accepted, expected $3"
+        failures=$((failures + 1))
+    elif [[ $3 == no ]] && ! grep -q "^$1:3: may not include " "$tree/report"; then
+        echo "$1 with $2: the report does not name the place: $(cat "$tree/report")"
+        failures=$((failures + 1))
+    fi
+}
+
+Verdict support/a.h '<vector>' yes
+Verdict support/a.h '<sys/sem.h>' yes
+Verdict support/a.h '"support/b.h"' yes
+Verdict support/a.h '"b.h"' no
+Verdict support/a.h '"include/raiklaik.h"' no
+Verdict support/a.cpp '"src/foundation/paths.h"' no
+Verdict support/a.cpp '<src/foundation/paths.h>' no
+Verdict support/a.cpp '<nlohmann/json.hpp>' no
+
+Verdict src/foundation/a.h '"support/b.h"' yes
+Verdict src/foundation/a.h '"src/foundation/b.h"' yes
+Verdict src/foundation/a.h '"include/raiklaik.h"' yes
+Verdict src/foundation/a.h '"src/trunks/b.h"' no
+Verdict src/foundation/a.h '"tests/fixture/b.h"' no
+
+Verdict src/agent/a.cpp '"support/b.h"' yes
+Verdict src/agent/a.cpp '"src/foundation/b.h"' yes
+Verdict src/agent/a.cpp '"src/agent/b.h"' yes
+Verdict src/agent/a.cpp '"include/raiklaik.h"' yes
+Verdict src/agent/a.cpp '"src/trunks/b.h"' no
+Verdict src/agent/a.cpp '"../trunks/b.h"' no
+Verdict src/agent/a.cpp '<gtest/gtest.h>' no
+Verdict src/trunks/a.cpp '"tools/siptrunkctl/b.h"' no
+
+Verdict include/raiklaik.h '<string>' yes
+Verdict include/raiklaik.h '"support/log_stream.h"' yes
+Verdict include/raiklaik.h '"support/thread_mutex.h"' yes
+Verdict include/raiklaik.h '"support/config_file.h"' no
+Verdict include/raiklaik.h '"src/foundation/paths.h"' no
+
+Verdict tools/siptrunkctl/a.cpp '"include/raiklaik.h"' yes
+Verdict tools/siptrunkctl/a.cpp '<CLI/CLI.hpp>' yes
+Verdict tools/siptrunkctl/a.cpp '"support/line_scanner.h"' yes
+Verdict tools/siptrunkctl/a.cpp '"src/foundation/paths.h"' no
+
+Verdict examples/a.cpp '"raiklaik.h"' yes
+Verdict examples/a.cpp '"support/config_file.h"' no
+
+Verdict tests/agent/a_test.cpp '"src/agent/b.h"' yes
+Verdict tests/agent/a_test.cpp '<gtest/gtest.h>' yes
+
+exit $((failures > 0))
