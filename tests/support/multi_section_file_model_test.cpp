@@ -1,0 +1,297 @@
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "support/multi_section_file.h"
+#include "tests/fixture/temp_folder.h"
+#include "tests/support/section_file.h"
+
+// Random edits of a MultiSectionFile and, beside it, of a plain list of lines: the same text after
+// each save, the same values after each edit.
+
+namespace {
+
+std::string Trim(const std::string& text) {
+    const std::size_t begin = text.find_first_not_of(" \t");
+    return begin == std::string::npos
+               ? ""
+               : text.substr(begin, text.find_last_not_of(" \t") + 1 - begin);
+}
+
+bool IsOpener(const std::string& line) {
+    const std::string text = Trim(line);
+    return !text.empty() && text.back() == '{' &&
+           Trim(text.substr(0, text.size() - 1)) == "section";
+}
+
+bool IsCloser(const std::string& line) { return Trim(line) == "}"; }
+
+bool IsEntry(const std::string& line, const std::string& key) {
+    return Trim(line)[0] != '#' && line.find('=') != std::string::npos &&
+           Trim(line.substr(0, line.find('='))) == key;
+}
+
+class LineModel {
+  public:
+    explicit LineModel(const std::string& text) {
+        for (std::size_t begin = 0; begin < text.size();) {
+            const std::size_t end = std::min(text.find('\n', begin), text.size());
+            m_lines.push_back(text.substr(begin, end - begin));
+            m_isEnded = end < text.size();
+            begin = end + 1;
+        }
+    }
+
+    std::string Text() const {
+        std::string text;
+        for (const std::string& line : m_lines) {
+            text += line + "\n";
+        }
+        if (!m_isEnded) {
+            text.pop_back();
+        }
+        return text;
+    }
+
+    bool HasSection() const { return m_opener.has_value(); }
+
+    void Restart() {
+        m_opener.reset();
+        m_next = 0;
+    }
+
+    bool GotoNextSection() {
+        m_opener.reset();
+        while (m_next < m_lines.size() && !IsOpener(m_lines[m_next])) {
+            ++m_next;
+        }
+        if (m_next < m_lines.size()) {
+            m_opener = m_next;
+            m_next = Closer() + 1;
+        }
+        return HasSection();
+    }
+
+    std::optional<std::string> Value(const std::string& key) const {
+        const std::size_t line = Find(key);
+        return line == Closer()
+                   ? std::nullopt
+                   : std::optional<std::string>(m_lines[line].substr(m_lines[line].find('=') + 1));
+    }
+
+    void Set(const std::string& key, const std::string& value) {
+        const std::size_t line = Find(key);
+        if (line == Closer()) {
+            Add(key, value);
+        } else {
+            m_lines[line] = m_lines[line].substr(0, m_lines[line].find('=') + 1) + value;
+        }
+    }
+
+    void Add(const std::string& key, const std::string& value) {
+        m_lines.insert(At(Closer()), key + "=" + value);
+        ++m_next;
+    }
+
+    void DeleteEntries(const std::string& key) {
+        for (std::size_t line = Find(key); line != Closer(); line = Find(key)) {
+            m_lines.erase(At(line));
+            --m_next;
+        }
+    }
+
+    void AddSection(bool first) {
+        std::size_t line = 0;
+        while (line < m_lines.size() && !(first && IsOpener(m_lines[line]))) {
+            ++line;
+        }
+        m_isEnded = m_isEnded || line == m_lines.size();
+        m_lines.insert(At(line), {"section {", "}"});
+        m_opener = line;
+        m_next = line + 2;
+    }
+
+    void DeleteSection() {
+        m_isEnded = m_isEnded || m_next == m_lines.size();
+        m_lines.erase(At(*m_opener), At(m_next));
+        m_next = *m_opener;
+        m_opener.reset();
+    }
+
+  private:
+    std::vector<std::string>::iterator At(std::size_t line) {
+        return m_lines.begin() + static_cast<std::ptrdiff_t>(line);
+    }
+
+    std::size_t Closer() const {
+        std::size_t line = *m_opener;
+        while (!IsCloser(m_lines[line])) {
+            ++line;
+        }
+        return line;
+    }
+
+    // The first entry with the key, the closer when there is none.
+    std::size_t Find(const std::string& key) const {
+        std::size_t line = *m_opener;
+        while (!IsCloser(m_lines[line]) && !IsEntry(m_lines[line], key)) {
+            ++line;
+        }
+        return line;
+    }
+
+    std::vector<std::string> m_lines;
+    bool m_isEnded = true;  // whether the last line has a line end
+    std::optional<std::size_t> m_opener;
+    std::size_t m_next = 0;  // where the next section is searched from
+};
+
+const char* const kKeys[] = {"a", "b", "trunk_name", "c d"};
+
+class RandomEdits {
+  public:
+    RandomEdits(const std::string& path, unsigned int seed)
+        : m_random(seed), m_path(path), m_model(WrittenText()), m_file(path) {}
+
+    void Run() {
+        for (unsigned int edit = 0; edit < 40 && !testing::Test::HasFailure(); ++edit) {
+            if (m_model.HasSection() && Below(3) != 0) {
+                EditSection();
+            } else {
+                EditFile();
+            }
+            CompareValues();
+        }
+        Save();
+    }
+
+  private:
+    unsigned int Below(unsigned int limit) { return static_cast<unsigned int>(m_random() % limit); }
+
+    template <std::size_t kCount>
+    std::string OneOf(const char* const (&choices)[kCount]) {
+        return choices[Below(kCount)];
+    }
+
+    std::string Value() {
+        return Below(3) == 0 ? std::string(Below(100), 'v')
+                             : OneOf({"", "1", " padded ", "a=b", "}", "#", "{", "\r"});
+    }
+
+    // A well-formed file, of which every other one has nothing but what this library writes.
+    std::string WrittenText() {
+        const bool isPlain = Below(2) == 0;
+        std::string text = isPlain ? "" : OneOf({"", "\n", "# c\n", "#\n\n# section {\n"});
+        for (unsigned int section = Below(5); section > 0; --section) {
+            text +=
+                isPlain ? "section {\n" : OneOf({"section {\n", "section{\n", "\tsection { \n"});
+            for (unsigned int entry = Below(6); entry > 0; --entry) {
+                text += (isPlain ? std::string(kKeys[Below(3)])
+                                 : OneOf({"a", "  a ", "\tb", "trunk_name", "#a", "c d", "x "})) +
+                        "=" + Value() + "\n";
+                text += isPlain ? "" : OneOf({"", "", "\n", "# a=1\n", "  #}\n"});
+            }
+            text += isPlain ? "}\n" : OneOf({"}\n", "\t} \n", "}\n\n", "}\n# c\n"});
+        }
+        if (!text.empty() && Below(4) == 0) {
+            text.pop_back();
+        }
+        WriteFile(m_path, text);
+        return text;
+    }
+
+    void EditFile() {
+        switch (Below(8)) {
+            case 0:
+                Tell("Restart");
+                m_model.Restart();
+                m_file.Restart();
+                break;
+            case 1:
+                AddSection(Below(2) == 0);
+                break;
+            case 2:
+                Save();
+                break;
+            default:
+                Tell("GotoNextSection");
+                EXPECT_EQ(m_file.GotoNextSection(), m_model.GotoNextSection()) << m_edits;
+        }
+    }
+
+    void AddSection(bool first) {
+        Tell(first ? "AddSection(true)" : "AddSection(false)");
+        m_model.AddSection(first);
+        m_file.AddSection(first);
+    }
+
+    void EditSection() {
+        const std::string key = OneOf(kKeys);
+        const std::string value = Value();
+        switch (Below(8)) {
+            case 0:
+                Tell("DeleteSection");
+                m_model.DeleteSection();
+                m_file.DeleteSection();
+                break;
+            case 1:
+            case 2:
+                Tell("DeleteSectionEntry " + key);
+                m_model.DeleteEntries(key);
+                m_file.DeleteSectionEntry(key.c_str());
+                break;
+            case 3:
+                Tell("AddSectionEntry " + key + "=" + value);
+                m_model.Add(key, value);
+                m_file.AddSectionEntry(key.c_str(), value.c_str());
+                break;
+            case 4:
+                Tell("RestartSection");
+                m_file.RestartSection();
+                break;
+            default:
+                Tell("SetSectionEntry " + key + "=" + value);
+                m_model.Set(key, value);
+                EXPECT_TRUE(m_file.SetSectionEntry(key.c_str(), value.c_str()));
+        }
+    }
+
+    void CompareValues() {
+        for (const char* key : kKeys) {
+            if (m_model.HasSection()) {
+                ASSERT_EQ(m_file.Value(key), m_model.Value(key)) << key << m_edits;
+            } else {
+                ASSERT_THROW((void)m_file.Value(key), std::logic_error) << key << m_edits;
+            }
+        }
+    }
+
+    void Save() {
+        Tell("Save");
+        m_file.Save();
+        ASSERT_EQ(ReadFile(m_path), m_model.Text()) << m_edits;
+    }
+
+    void Tell(const std::string& edit) { m_edits += "\n" + edit; }
+
+    std::mt19937 m_random;
+    std::string m_path;
+    LineModel m_model;
+    SectionFile m_file;
+    std::string m_edits;
+};
+
+TEST(MultiSectionFileModelTest, RandomEditsDoWhatTheyDoToAListOfLines) {
+    const TempFolder folder;
+    const std::string path = folder.File("siptrunkdb");
+    for (unsigned int seed = 0; seed < 300 && !HasFailure(); ++seed) {
+        SCOPED_TRACE(seed);
+        RandomEdits(path, seed).Run();
+    }
+}
+
+}  // namespace

@@ -1,0 +1,418 @@
+#include "support/multi_section_file.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "tests/fixture/failing_calls.h"
+#include "tests/fixture/failure_text.h"
+#include "tests/fixture/temp_folder.h"
+#include "tests/support/section_file.h"
+
+namespace {
+
+class MultiSectionFileTest : public testing::Test {
+  protected:
+    const TempFolder m_folder;
+    const std::string m_path = m_folder.File("siptrunkdb");
+};
+
+const std::string kTwoSections = "section {\na=1\n}\nsection {\na=2\n}\n";
+
+TEST_F(MultiSectionFileTest, TheWalkVisitsTheSectionsInFileOrder) {
+    WriteFile(m_path, "# c\n" + kTwoSections + "\nsection{\na=3\n}");
+    SectionFile file(m_path, Access::kReadOnly);
+    for (int round = 0; round < 2; ++round) {
+        for (const char* value : {"1", "2", "3"}) {
+            ASSERT_TRUE(file.GotoNextSection());
+            EXPECT_EQ(file.Value("a"), value);
+        }
+        EXPECT_FALSE(file.GotoNextSection());
+        EXPECT_FALSE(file.GotoNextSection());
+        file.Restart();
+    }
+}
+
+TEST_F(MultiSectionFileTest, VeryManySectionsAreWalkedAndChangedLikeFew) {
+    constexpr int kSections = 2500;
+    const auto text = [](int changed, const char* value) {
+        std::string sections;
+        for (int i = 0; i < kSections; ++i) {
+            const std::string number = i == changed ? value : std::to_string(i);
+            sections += "section {\na=" + number + "\n}\n";
+        }
+        return sections;
+    };
+    for (const int changed : {0, 1022, 1023, 1024, 1025, kSections - 1}) {
+        WriteFile(m_path, text(-1, ""));
+        SectionFile file(m_path);
+        for (int i = 0; i < kSections; ++i) {
+            ASSERT_TRUE(file.GotoNextSection());
+            ASSERT_EQ(file.Value("a"), std::to_string(i));
+            if (i == changed) {
+                file.SetSectionEntry("a", "new");
+            }
+        }
+        EXPECT_FALSE(file.GotoNextSection());
+        file.Save();
+        EXPECT_TRUE(ReadFile(m_path) == text(changed, "new")) << changed;
+    }
+}
+
+TEST_F(MultiSectionFileTest, AFileWithoutSectionsHasNoneToGoTo) {
+    for (const char* text : {"", "\n", "# section {\n# }\n"}) {
+        WriteFile(m_path, text);
+        SectionFile file(m_path);
+        EXPECT_FALSE(file.GotoNextSection()) << text;
+        file.Restart();
+        EXPECT_FALSE(file.GotoNextSection()) << text;
+    }
+}
+
+TEST_F(MultiSectionFileTest, AValueIsEverythingBehindTheFirstSeparator) {
+    struct Case {
+        std::string line, key;
+        std::optional<std::string> value;
+    };
+    const Case cases[] = {
+        {"a=1", "a", "1"},
+        {"a=", "a", ""},
+        {"a= 1 ", "a", " 1 "},
+        {"a=\t", "a", "\t"},
+        {"a=b=c", "a", "b=c"},
+        {"a==", "a", "="},
+        {"a=1\r", "a", "1\r"},
+        {"a=# no comment", "a", "# no comment"},
+        {"a=}", "a", "}"},
+        {" \ta\t =1", "a", "1"},
+        {"a b=1", "a b", "1"},
+        {"}=1", "}", "1"},
+        {"section {=1", "section {", "1"},
+        {"section=1{", "section", "1{"},
+        {"a\r=1", "a\r", "1"},
+        {"\xff\x01=1", "\xff\x01", "1"},
+        {"a=1", "A", std::nullopt},
+        {"a=1", "", std::nullopt},
+        {"a=1", "aa", std::nullopt},
+        {"aa=1", "a", std::nullopt},
+        {"a=1", "a ", std::nullopt},
+        {"a=1", " a", std::nullopt},
+        {"a=1", "a=1", std::nullopt},
+        {"b=a=1", "a", std::nullopt},
+        {"#a=1", "a", std::nullopt},
+        {"#a=1", "#a", std::nullopt},
+        {" # a=1", "# a", std::nullopt},
+        {" # a=1", " # a", std::nullopt},
+        {" a=1", " a", std::nullopt},
+    };
+    for (const Case& c : cases) {
+        WriteFile(m_path, "section {\n" + c.line + "\n}\n");
+        SectionFile file(m_path, Access::kReadOnly);
+        ASSERT_TRUE(file.GotoNextSection());
+        EXPECT_EQ(file.Value(c.key), c.value) << c.line << " read by \"" << c.key << '"';
+    }
+}
+
+TEST_F(MultiSectionFileTest, OnlyTheCurrentSectionIsRead) {
+    WriteFile(m_path, "section {\na=1\n}\nsection {\nb=2\n}\n");
+    SectionFile file(m_path, Access::kReadOnly);
+    ASSERT_TRUE(file.GotoNextSection());
+    EXPECT_EQ(file.Value("b"), std::nullopt);
+    ASSERT_TRUE(file.GotoNextSection());
+    EXPECT_EQ(file.Value("a"), std::nullopt);
+}
+
+TEST_F(MultiSectionFileTest, OfSeveralEntriesWithOneKeyTheFirstIsReadInEveryOrder) {
+    WriteFile(m_path, "section {\na=1\nb=2\na=3\nb=4\n}\n");
+    SectionFile file(m_path, Access::kReadOnly);
+    ASSERT_TRUE(file.GotoNextSection());
+    for (const char* key : {"b", "a", "a", "b", "c", "a"}) {
+        const bool isThere = *key != 'c';
+        EXPECT_EQ(file.Value(key),
+                  isThere ? std::optional<std::string>(*key == 'a' ? "1" : "2") : std::nullopt);
+        file.RestartSection();
+    }
+}
+
+TEST_F(MultiSectionFileTest, AReadCopiesAsMuchAsTheBufferHolds) {
+    const std::string value(1500, 'v');
+    WriteFile(m_path, "section {\nlong=" + value + "\n}\n");
+    SectionFile file(m_path, Access::kReadOnly);
+    ASSERT_TRUE(file.GotoNextSection());
+    for (const unsigned int size : {1U, 2U, 1024U, 1500U, 1501U, 1600U}) {
+        std::string buffer(1600, '.');
+        EXPECT_TRUE(file.GetSectionEntry("long", buffer.data(), size));
+        const std::size_t copied = std::min<std::size_t>(size - 1, 1500);
+        EXPECT_EQ(buffer, value.substr(0, copied) + '\0' + std::string(1600 - copied - 1, '.'));
+    }
+}
+
+TEST_F(MultiSectionFileTest, EveryByteOfAValueComesBackButLineFeedAndNul) {
+    std::string all;
+    for (int code = 1; code < 256; ++code) {
+        if (code != '\n') {
+            all.push_back(static_cast<char>(code));
+        }
+    }
+    WriteFile(m_path, "section {\nall=\n}\n");
+    {
+        SectionFile file(m_path);
+        ASSERT_TRUE(file.GotoNextSection());
+        EXPECT_TRUE(file.SetSectionEntry("all", all.c_str()));
+        for (const char byte : all) {
+            const std::string value(1, byte);
+            file.AddSectionEntry(("k" + std::to_string(static_cast<int>(byte))).c_str(),
+                                 value.c_str());
+        }
+        file.Save();
+    }
+    SectionFile file(m_path, Access::kReadOnly);
+    ASSERT_TRUE(file.GotoNextSection());
+    EXPECT_EQ(file.Value("all"), all);
+    for (const char byte : all) {
+        EXPECT_EQ(file.Value("k" + std::to_string(static_cast<int>(byte))), std::string(1, byte));
+    }
+}
+
+TEST_F(MultiSectionFileTest, ALongValueIsStoredWhole) {
+    const std::string value(1000000, 'v');
+    WriteFile(m_path, "section {\na=1\nb=2\n}\n");
+    SectionFile file(m_path);
+    ASSERT_TRUE(file.GotoNextSection());
+    EXPECT_TRUE(file.SetSectionEntry("a", value.c_str()));
+    file.AddSectionEntry("c", value.c_str());
+    file.Save();
+    EXPECT_EQ(ReadFile(m_path), "section {\na=" + value + "\nb=2\nc=" + value + "\n}\n");
+}
+
+TEST_F(MultiSectionFileTest, ReadsSeeTheChangesBeforeTheyAreSaved) {
+    WriteFile(m_path, kTwoSections);
+    SectionFile file(m_path);
+    ASSERT_TRUE(file.GotoNextSection());
+    file.SetSectionEntry("a", "new");
+    file.AddSectionEntry("b", "added");
+    EXPECT_EQ(file.Value("a"), "new");
+    EXPECT_EQ(file.Value("b"), "added");
+    file.DeleteSectionEntry("a");
+    EXPECT_EQ(file.Value("a"), std::nullopt);
+    file.Restart();
+    ASSERT_TRUE(file.GotoNextSection());
+    EXPECT_EQ(file.Value("a"), std::nullopt);
+    EXPECT_EQ(file.Value("b"), "added");
+    EXPECT_EQ(ReadFile(m_path), kTwoSections);
+}
+
+TEST_F(MultiSectionFileTest, WhatIsNotSavedIsForgotten) {
+    WriteFile(m_path, kTwoSections);
+    const ino_t inode = InodeOf(m_path);
+    {
+        SectionFile file(m_path);
+        ASSERT_TRUE(file.GotoNextSection());
+        file.DeleteSection();
+        file.AddSection(true);
+    }
+    EXPECT_EQ(ReadFile(m_path), kTwoSections);
+    EXPECT_EQ(InodeOf(m_path), inode);
+}
+
+TEST_F(MultiSectionFileTest, AFileIsWrittenByEverySaveAlsoWhenNothingChanged) {
+    WriteFile(m_path, kTwoSections);
+    const ino_t inode = InodeOf(m_path);
+    const SectionFile file(m_path);
+    file.Save();
+    EXPECT_NE(InodeOf(m_path), inode);
+    EXPECT_EQ(ReadFile(m_path), kTwoSections);
+}
+
+TEST_F(MultiSectionFileTest, AFileCanBeSavedAgainAndAgain) {
+    WriteFile(m_path, "section {\n}\n");
+    SectionFile file(m_path);
+    ASSERT_TRUE(file.GotoNextSection());
+    file.SetSectionEntry("a", "1");
+    file.Save();
+    EXPECT_EQ(ReadFile(m_path), "section {\na=1\n}\n");
+    file.SetSectionEntry("b", "2");
+    file.Save();
+    EXPECT_EQ(ReadFile(m_path), "section {\na=1\nb=2\n}\n");
+    file.DeleteSection();
+    file.Save();
+    EXPECT_EQ(ReadFile(m_path), "");
+}
+
+TEST_F(MultiSectionFileTest, ASaveThatFailsLeavesTheOldFileAndTheChangesForAnotherTry) {
+    WriteFile(m_path, "section {\na=1\n}\n");
+    SectionFile file(m_path);
+    ASSERT_TRUE(file.GotoNextSection());
+    file.SetSectionEntry("a", "2");
+    {
+        const FailingCall failing(Call::kWritev, ENOSPC);
+        EXPECT_THROW(file.Save(), std::system_error);
+    }
+    EXPECT_EQ(ReadFile(m_path), "section {\na=1\n}\n");
+    EXPECT_EQ(file.Value("a"), "2");
+    file.Save();
+    EXPECT_EQ(ReadFile(m_path), "section {\na=2\n}\n");
+}
+
+TEST_F(MultiSectionFileTest, AMissingFileIsMadeOnlyWhenAsked) {
+    EXPECT_EQ(FailureOf([&] { const SectionFile file(m_path); }),
+              m_path + ": open: " + ErrorText(ENOENT));
+    EXPECT_THROW(SectionFile(m_path, Access::kReadOnly), std::system_error);
+    EXPECT_TRUE(EntriesOf(m_folder.Path()).empty());
+
+    SectionFile file(m_path, Access::kChangeOrCreate);
+    EXPECT_EQ(ReadFile(m_path), "");
+    EXPECT_EQ(ModeOf(m_path), 0600U);
+    EXPECT_FALSE(file.GotoNextSection());
+}
+
+TEST_F(MultiSectionFileTest, AFileThatIsThereIsNotMadeAnew) {
+    WriteFile(m_path, kTwoSections);
+    ASSERT_EQ(chmod(m_path.c_str(), 0644), 0);
+    SectionFile file(m_path, Access::kChangeOrCreate);
+    EXPECT_TRUE(file.GotoNextSection());
+    EXPECT_EQ(ReadFile(m_path), kTwoSections);
+    EXPECT_EQ(ModeOf(m_path), 0644U);
+}
+
+TEST_F(MultiSectionFileTest, MarksAndKeywordAreTheCallers) {
+    WriteFile(m_path, "; c\nsection {\ngroup <\na:1\n>\n");
+    const auto open = [&] {
+        return Configuration::MultiSectionFile(m_path.c_str(), false, false, true, "group", "<\n",
+                                               ">\n", ":", ";", nullptr);
+    };
+    EXPECT_EQ(FailureOf([&] { open(); }), m_path + ":2: text outside a section");
+    WriteFile(m_path, "; c\ngroup <\na:1\n# b=1:2\n>\n");
+    Configuration::MultiSectionFile file = open();
+    ASSERT_TRUE(file.GotoNextSection());
+    file.SetSectionEntry("a", "2");
+    file.SetSectionEntry("# b=1", "3");
+    file.AddSection(true);
+    file.AddSectionEntry("c", "4");
+    file.Save(true, nullptr);
+    EXPECT_EQ(ReadFile(m_path), "; c\ngroup <\nc:4\n>\ngroup <\na:2\n# b=1:3\n>\n");
+}
+
+TEST_F(MultiSectionFileTest, AnAddedSectionIsCurrentAndTheWalkGoesOnBehindIt) {
+    WriteFile(m_path, kTwoSections);
+    SectionFile file(m_path);
+    file.AddSection(true);
+    EXPECT_EQ(file.Value("a"), std::nullopt);
+    file.AddSectionEntry("a", "new");
+    EXPECT_EQ(file.Value("a"), "new");
+    ASSERT_TRUE(file.GotoNextSection());
+    EXPECT_EQ(file.Value("a"), "1");
+    file.AddSection(false);
+    file.SetSectionEntry("a", "last");
+    EXPECT_EQ(file.Value("a"), "last");
+    EXPECT_FALSE(file.GotoNextSection());
+    file.Restart();
+    for (const char* value : {"new", "1", "2", "last"}) {
+        ASSERT_TRUE(file.GotoNextSection());
+        EXPECT_EQ(file.Value("a"), value);
+    }
+    EXPECT_FALSE(file.GotoNextSection());
+}
+
+using Use = void (*)(SectionFile& file);
+
+const Use kUsesOfTheSection[] = {
+    [](SectionFile& file) { (void)file.Value("a"); },
+    [](SectionFile& file) { file.RestartSection(); },
+    [](SectionFile& file) { file.SetSectionEntry("a", "2"); },
+    [](SectionFile& file) { file.AddSectionEntry("a", "2"); },
+    [](SectionFile& file) { file.DeleteSectionEntry("a"); },
+    [](SectionFile& file) { file.DeleteSection(); },
+};
+
+TEST_F(MultiSectionFileTest, WithoutACurrentSectionItsUseIsALogicError) {
+    WriteFile(m_path, kTwoSections);
+    const Use noneIsCurrent[] = {
+        [](SectionFile&) {},
+        [](SectionFile& file) {
+            file.GotoNextSection();
+            file.Restart();
+        },
+        [](SectionFile& file) {
+            while (file.GotoNextSection()) {
+            }
+        },
+        [](SectionFile& file) {
+            file.GotoNextSection();
+            file.DeleteSection();
+        },
+        [](SectionFile& file) {
+            file.AddSection(false);
+            file.Restart();
+        },
+    };
+    for (const Use& prepare : noneIsCurrent) {
+        for (const Use& use : kUsesOfTheSection) {
+            SCOPED_TRACE(std::to_string(&prepare - noneIsCurrent) + ", " +
+                         std::to_string(&use - kUsesOfTheSection));
+            SectionFile file(m_path);
+            prepare(file);
+            EXPECT_EQ(FailureOf([&] { use(file); }), m_path + ": no section is current");
+            EXPECT_THROW(use(file), std::logic_error);
+        }
+    }
+}
+
+TEST_F(MultiSectionFileTest, AFileOpenedReadOnlyIsNeitherChangedNorSaved) {
+    WriteFile(m_path, kTwoSections);
+    SectionFile file(m_path, Access::kReadOnly);
+    ASSERT_TRUE(file.GotoNextSection());
+    const Use changes[] = {
+        [](SectionFile& f) { f.SetSectionEntry("a", "2"); },
+        [](SectionFile& f) { f.AddSectionEntry("a", "2"); },
+        [](SectionFile& f) { f.DeleteSectionEntry("a"); },
+        [](SectionFile& f) { f.DeleteSectionEntry("absent"); },
+        [](SectionFile& f) { f.DeleteSection(); },
+        [](SectionFile& f) { f.AddSection(true); },
+        [](SectionFile& f) { f.AddSection(false); },
+    };
+    for (const Use& change : changes) {
+        EXPECT_EQ(FailureOf([&] { change(file); }), m_path + ": change of a file opened read-only");
+        EXPECT_THROW(change(file), std::logic_error);
+        EXPECT_EQ(file.Value("a"), "1") << "the section is not current any more";
+    }
+    EXPECT_EQ(FailureOf([&] { file.Save(); }), m_path + ": save of a file opened read-only");
+    EXPECT_THROW(file.Save(), std::logic_error);
+    EXPECT_EQ(ReadFile(m_path), kTwoSections);
+}
+
+TEST_F(MultiSectionFileTest, AnEntryThatTheFileCouldNotGiveBackIsRefusedBeforeAnythingChanges) {
+    struct Case {
+        const char *key, *value;
+        std::string reason;
+    };
+    const Case cases[] = {
+        {"", "v", "\"\": it is empty"},
+        {"#a", "v", "\"#a\": it would be read as a comment"},
+        {" a", "v", "\" a\": it has a blank at an end"},
+        {"a\t", "v", "\"a\t\": it has a blank at an end"},
+        {"a=", "v", "\"a=\": it holds a separator or a line feed"},
+        {"a\n", "v", "\"a\n\": it holds a separator or a line feed"},
+        {"a", "1\n", "\"a\": its value holds a line feed"},
+        {"a", "1\n}\nsection {\na=2", "\"a\": its value holds a line feed"},
+    };
+    WriteFile(m_path, kTwoSections);
+    SectionFile file(m_path);
+    ASSERT_TRUE(file.GotoNextSection());
+    for (const Case& c : cases) {
+        const auto set = [&] { file.SetSectionEntry(c.key, c.value); };
+        const auto add = [&] { file.AddSectionEntry(c.key, c.value); };
+        EXPECT_EQ(FailureOf(set), m_path + ": key " + c.reason);
+        EXPECT_EQ(FailureOf(add), m_path + ": key " + c.reason);
+        EXPECT_THROW(set(), std::invalid_argument);
+        EXPECT_THROW(add(), std::invalid_argument);
+    }
+    EXPECT_EQ(file.Value("a"), "1");
+    file.Save();
+    EXPECT_EQ(ReadFile(m_path), kTwoSections);
+}
+
+}  // namespace

@@ -1,0 +1,307 @@
+#include "support/section_grammar.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+#include <vector>
+
+#include "tests/fixture/failure_text.h"
+#include "tests/fixture/temp_folder.h"
+#include "tests/support/section_file.h"
+
+namespace {
+
+using Sections = std::vector<std::string>;
+
+// The value of the key "a" in every section, "-" where it is absent.
+Sections ValuesOfA(const std::string& path) {
+    SectionFile file(path, Access::kReadOnly);
+    Sections values;
+    while (file.GotoNextSection()) {
+        values.push_back(file.Value("a").value_or("-"));
+    }
+    return values;
+}
+
+class SectionGrammarTest : public testing::Test {
+  protected:
+    const TempFolder m_folder;
+    const std::string m_path = m_folder.File("siptrunkdb");
+};
+
+TEST_F(SectionGrammarTest, WellFormedFilesAreLoadedAndWrittenBackByteForByte) {
+    struct Case {
+        std::string text;
+        Sections sections;
+    };
+    const Case cases[] = {
+        {"", {}},
+        {"\n", {}},
+        {" ", {}},
+        {" \t\n\t", {}},
+        {"#", {}},
+        {"# section {\n#a=1\n  # }\n\t#", {}},
+        {"#a=1\r\n", {}},
+        {"section {\n}\n", {"-"}},
+        {"section {\n}", {"-"}},
+        {"section{\n}\n", {"-"}},
+        {"section \t  {\n}\n", {"-"}},
+        {" \tsection {\t \n \t}\t \n", {"-"}},
+        {"section {\na=1\n}\n", {"1"}},
+        {"section {\na=1\n}", {"1"}},
+        {"section {\n \ta \t=1\n}\n", {"1"}},
+        {"section {\n\n# c\n \t\na=1\n#\n\n}\n", {"1"}},
+        {"section {\na=1\n}\nsection {\na=2\n}\n", {"1", "2"}},
+        {"# 1\n\nsection {\na=1\n}\n# 2\n\n\nsection{\nb=2\n}\n# 3", {"1", "-"}},
+        {"section {\na=1\na=2\n}\n", {"1"}},
+        {"section {\na=1\r\n}\n", {"1\r"}},
+        {"section {\na==}\n}\n", {"=}"}},
+        {"section {\na=}\nb={\n}\n", {"}"}},
+        {"section {\nsection {=1\n}=2\nsection=3\na=4\n}\n", {"4"}},
+        {"section {\n# }\n #}\n}\n", {"-"}},
+        {"section {\nb=1}\n}\nsection {\na=2\n}\n", {"-", "2"}},
+        {"section {\n\xc3\xa4=\xff\na=\x01\x7f\n}\n", {"\x01\x7f"}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE('"' + c.text + '"');
+        WriteFile(m_path, c.text);
+        EXPECT_EQ(ValuesOfA(m_path), c.sections);
+        const ino_t inode = InodeOf(m_path);
+        SectionFile(m_path).Save();
+        EXPECT_EQ(ReadFile(m_path), c.text);
+        EXPECT_NE(InodeOf(m_path), inode);
+    }
+}
+
+TEST_F(SectionGrammarTest, MalformedFilesAreRefusedWithPathLineAndReasonAndLeftAlone) {
+    struct Case {
+        std::string text, failure;
+    };
+    const std::string nul(1, '\0');
+    const Case cases[] = {
+        {"x", "1: text outside a section"},
+        {"\n\nx\n", "3: text outside a section"},
+        {"section {\n}\nx\n", "3: text outside a section"},
+        {"section\n", "1: text outside a section"},
+        {"section\n{\n}\n", "1: text outside a section"},
+        {"{\n}\n", "1: text outside a section"},
+        {"Section {\n}\n", "1: text outside a section"},
+        {"sections {\n}\n", "1: text outside a section"},
+        {"section {{\n}\n", "1: text outside a section"},
+        {"section { #\n}\n", "1: text outside a section"},
+        {"section {}\n", "1: text outside a section"},
+        {"section { }\n", "1: text outside a section"},
+        {"section name {\n}\n", "1: text outside a section"},
+        {"sectio {\n}\n", "1: text outside a section"},
+        {"\vsection {\n}\n", "1: text outside a section"},
+        {"}}\n", "1: text outside a section"},
+        {"\r\n", "1: line ends in a carriage return"},
+        {"section {\r\n}\r\n", "1: line ends in a carriage return"},
+        {"a=1\n", "1: entry outside a section"},
+        {"=1\n", "1: entry outside a section"},
+        {"section={\n", "1: entry outside a section"},
+        {"section {\n}\na=1", "3: entry outside a section"},
+        {"a=1\r\n", "1: entry outside a section"},
+        {"}\n", "1: end of a section outside one"},
+        {" }\t", "1: end of a section outside one"},
+        {"section {\n}\n}\n", "3: end of a section outside one"},
+        {"section {\na\n}\n", "2: entry without \"=\""},
+        {"section {\na=1\n b \n}\n", "3: entry without \"=\""},
+        {"section {\n} #\n}\n", "2: entry without \"=\""},
+        {"section {\n}}\n}\n", "2: entry without \"=\""},
+        {"section {\n{\n}\n", "2: entry without \"=\""},
+        {"section {\nsection\n}\n", "2: entry without \"=\""},
+        {"section {\n}\r\n", "2: line ends in a carriage return"},
+        {"section {\n\r\n}\n", "2: line ends in a carriage return"},
+        {"section {\n=1\n}\n", "2: entry without a key"},
+        {"section {\n \t=\n}\n", "2: entry without a key"},
+        {"section {\n==\n}\n", "2: entry without a key"},
+        {"section {\n=\r\n}\n", "2: entry without a key"},
+        {"section {\nsection {\n}\n}\n", "2: section inside a section"},
+        {"section {\na=1\n\tsection{\n}\n", "3: section inside a section"},
+        {"section {", "1: section is not closed"},
+        {"section {\n", "1: section is not closed"},
+        {"# c\nsection {\na=1\n# }\n", "2: section is not closed"},
+        {"section {\n}\n\n section{\na=1", "4: section is not closed"},
+        {nul, "1: NUL byte"},
+        {"\n" + nul + "\n", "2: NUL byte"},
+        {"# c" + nul + "\n", "1: NUL byte"},
+        {"section {\na=1" + nul + "\n}\n", "2: NUL byte"},
+        {"section {\n" + nul + "a=1\n}\n", "2: NUL byte"},
+        {"section {\na" + nul + "b=1\n}\n", "2: NUL byte"},
+        {"section {\n# " + nul + "\n}\n", "2: NUL byte"},
+        {"section {\n}\n" + std::string(4096, '\0'), "3: NUL byte"},
+    };
+    for (const Case& c : cases) {
+        WriteFile(m_path, c.text);
+        const ino_t inode = InodeOf(m_path);
+        for (const Access access : {Access::kReadOnly, Access::kChange, Access::kChangeOrCreate}) {
+            const auto open = [&] { const SectionFile file(m_path, access); };
+            EXPECT_EQ(FailureOf(open), m_path + ":" + c.failure) << '"' << c.text << '"';
+            EXPECT_THROW(open(), std::runtime_error);
+        }
+        EXPECT_EQ(ReadFile(m_path), c.text);
+        EXPECT_EQ(InodeOf(m_path), inode);
+    }
+}
+
+// The grammar once more, written for plainness alone.
+class PlainParser {
+  public:
+    // Returns "LINE: reason" for a malformed text, "" and the sections' values of "a" otherwise.
+    std::string Parse(const std::string& text, Sections& values) {
+        std::size_t number = 0;
+        for (std::size_t begin = 0; begin < text.size();) {
+            const std::size_t end = std::min(text.find('\n', begin), text.size());
+            const std::string line = text.substr(begin, end - begin);
+            begin = end + 1;
+            const std::string fault = FaultOf(line, ++number);
+            if (!fault.empty()) {
+                return std::to_string(number) + ": " + fault;
+            }
+        }
+        values = m_values;
+        return m_opened == 0 ? "" : std::to_string(m_opened) + ": section is not closed";
+    }
+
+  private:
+    static std::string Trim(const std::string& text) {
+        const std::size_t begin = text.find_first_not_of(" \t");
+        return begin == std::string::npos
+                   ? ""
+                   : text.substr(begin, text.find_last_not_of(" \t") + 1 - begin);
+    }
+
+    std::string FaultOf(const std::string& line, std::size_t number) {
+        const std::string trimmed = Trim(line);
+        if (line.find('\0') != std::string::npos) {
+            return "NUL byte";
+        }
+        if (trimmed.empty() || trimmed[0] == '#') {
+            return "";
+        }
+        if (trimmed == "}") {
+            const bool closes = m_opened != 0;
+            m_opened = 0;
+            return closes ? "" : "end of a section outside one";
+        }
+        if (trimmed.back() == '{' && Trim(trimmed.substr(0, trimmed.size() - 1)) == "section") {
+            const bool opens = m_opened == 0;
+            m_opened = number;
+            m_values.emplace_back("-");
+            return opens ? "" : "section inside a section";
+        }
+        const std::size_t separator = line.find('=');
+        if (separator == std::string::npos && trimmed.back() == '\r') {
+            return "line ends in a carriage return";
+        }
+        if (separator == std::string::npos) {
+            return m_opened != 0 ? "entry without \"=\"" : "text outside a section";
+        }
+        if (m_opened == 0) {
+            return "entry outside a section";
+        }
+        const std::string key = Trim(line.substr(0, separator));
+        if (key == "a" && m_values.back() == "-") {
+            m_values.back() = line.substr(separator + 1);
+        }
+        return key.empty() ? "entry without a key" : "";
+    }
+
+    Sections m_values;
+    std::size_t m_opened = 0;  // the line that opened the current section, 0 outside of one
+};
+
+class RandomText {
+  public:
+    explicit RandomText(unsigned int seed) : m_random(seed) {}
+
+    // A well-formed text, or one with a line too many or too few.
+    std::string Next() {
+        std::string text;
+        for (unsigned int section = Below(4); section > 0; --section) {
+            text += Lines({"", "# c", "  # c=1", "\t", "#=", "# }"});
+            text += Line({"section {", "section{", " \tsection   { "});
+            text += Lines({"a=1", "a=", " a = 2 ", "b=3", "key=", "", "# c", "#a=5", "}=1", "a=}",
+                           "trunk_name=office", "\xe4=\xf6", "a\r=\r", "=a=", "b={ ", " #a=4"},
+                          !Rarely());
+            text += Rarely() ? "" : Line({"}", "}", " }\t"});
+        }
+        if (Rarely()) {
+            const std::size_t at = Below(static_cast<unsigned int>(text.size()) + 1);
+            text.insert(at, Line({"x", "=1", "section", "section {", "}", "}}", "a=1\r", "\r",
+                                  std::string(1, '\0'), "section {x"},
+                                 Rarely()));
+        }
+        if (!text.empty() && Rarely()) {
+            text.pop_back();
+        }
+        return text;
+    }
+
+  private:
+    unsigned int Below(unsigned int limit) { return static_cast<unsigned int>(m_random() % limit); }
+    bool Rarely() { return Below(4) == 0; }
+
+    std::string Line(const std::vector<std::string>& choices, bool isEnded = true) {
+        return choices[Below(static_cast<unsigned int>(choices.size()))] + (isEnded ? "\n" : "");
+    }
+
+    // Some of these lines, with keys and values of many lengths between them.
+    std::string Lines(const std::vector<std::string>& choices, bool hasEntries = false) {
+        std::string lines;
+        for (unsigned int count = Below(hasEntries ? 12 : 3); count > 0; --count) {
+            if (hasEntries && Below(2) == 0) {
+                lines +=
+                    std::string(1 + Below(20), 'k') + "=" + std::string(Below(150), 'v') + "\n";
+            } else {
+                std::string line = Line(choices);
+                lines += !hasEntries && line[0] == '=' ? "\n" : line;
+            }
+        }
+        return lines;
+    }
+
+    std::mt19937 m_random;
+};
+
+TEST_F(SectionGrammarTest, EveryRandomTextIsTakenOrRefusedAsAPlainParserDoes) {
+    int accepted = 0;
+    int refused = 0;
+    for (unsigned int seed = 0; seed < 3000; ++seed) {
+        const std::string text = RandomText(seed).Next();
+        Sections expected;
+        const std::string fault = PlainParser().Parse(text, expected);
+        WriteFile(m_path, text);
+        Sections values;
+        const std::string failure = FailureOf([&] { values = ValuesOfA(m_path); });
+        ASSERT_EQ(failure, fault.empty() ? "no failure" : m_path + ":" + fault) << text;
+        if (fault.empty()) {
+            ASSERT_EQ(values, expected) << text;
+        }
+        ++(fault.empty() ? accepted : refused);
+    }
+    EXPECT_GT(accepted, 300);
+    EXPECT_GT(refused, 300);
+}
+
+TEST_F(SectionGrammarTest, ANulByteIsFoundAtEveryPlaceOfALongFile) {
+    std::string text;
+    for (int section = 0; section < 3; ++section) {
+        text += "# c\nsection {\ntrunk_name=" + std::string(70, 'n') +
+                "\na=1\n#x=\nb=" + std::string(10, 'v') + "\n}\n\n";
+    }
+    std::size_t line = 1;
+    for (std::size_t place = 0; place < text.size(); ++place) {
+        std::string broken = text;
+        broken[place] = '\0';
+        WriteFile(m_path, broken);
+        ASSERT_EQ(FailureOf([&] { const SectionFile file(m_path); }),
+                  m_path + ":" + std::to_string(line) + ": NUL byte")
+            << place;
+        line += text[place] == '\n' ? 1 : 0;
+    }
+}
+
+}  // namespace

@@ -1,0 +1,63 @@
+#include "support/thread_mutex.h"
+
+#include <gtest/gtest.h>
+
+#include <sched.h>
+
+#include <thread>
+#include <type_traits>
+#include <vector>
+
+namespace {
+
+TEST(ThreadMutexTest, OneThreadAtATimeHoldsTheMutex) {
+    constexpr int kThreads = 4;
+    constexpr int kRounds = 500;
+    ThreadMutex mutex;
+    volatile int count = 0;  // read and written in two steps, so that two threads lose counts
+    std::vector<std::thread> threads;
+    for (int i = 0; i < kThreads; ++i) {
+        threads.emplace_back([&] {
+            for (int round = 0; round < kRounds; ++round) {
+                mutex.Lock();
+                const int seen = count;
+                (void)sched_yield();
+                count = seen + 1;
+                mutex.Unlock();
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(count, kThreads * kRounds);
+}
+
+TEST(ThreadMutexTest, AReleasedMutexIsTakenAgain) {
+    ThreadMutex mutex;
+    for (int round = 0; round < 3; ++round) {
+        mutex.Lock();
+        mutex.Unlock();
+    }
+    std::thread other([&] {
+        mutex.Lock();
+        mutex.Unlock();
+    });
+    other.join();
+}
+
+TEST(ThreadMutexTest, MutexesAreIndependent) {
+    ThreadMutex first;
+    ThreadMutex second;
+    first.Lock();
+    second.Lock();
+    first.Unlock();
+    second.Unlock();
+}
+
+TEST(ThreadMutexTest, AMutexIsNotCopied) {
+    static_assert(!std::is_copy_constructible_v<ThreadMutex>);
+    static_assert(!std::is_copy_assignable_v<ThreadMutex>);
+}
+
+}  // namespace
