@@ -1,0 +1,54 @@
+#include "src/foundation/trace.h"
+
+#include <cerrno>
+
+#include "tests/fixture/device_fixture.h"
+#include "tests/fixture/failing_calls.h"
+
+namespace {
+
+class TraceTest : public DeviceFixture {};
+
+TEST_F(TraceTest, AProgressLineIsFormattedAndWritten) {
+    TraceProgress(&logger, "INFO: %s has %d%%\n", "it", 5);
+    TraceProgress(&logger, "INFO: plain\n");
+    EXPECT_EQ(NewLogText(), "INFO: it has 5%\nINFO: plain\n");
+}
+
+TEST_F(TraceTest, AnErrorLineHoldsTheCauseAsItIs) {
+    TraceError(&logger, "100%s of it");
+    EXPECT_EQ(NewLogText(), "ERROR: 100%s of it \n");
+}
+
+TEST_F(TraceTest, ALongLineIsNotCut) {
+    const std::string cause(10000, 'x');
+    TraceProgress(&logger, "INFO: %s\n", cause.c_str());
+    TraceError(&logger, cause.c_str());
+    EXPECT_EQ(NewLogText(), "INFO: " + cause + "\nERROR: " + cause + " \n");
+}
+
+TEST_F(TraceTest, AControlCharacterForgesNoLine) {
+    TraceProgress(&logger, "INFO: %s\n", "a\nERROR: b");
+    TraceError(&logger, "a\r\nb");
+    EXPECT_EQ(NewLogText(), "INFO: a\\x0aERROR: b\nERROR: a\\x0d\\x0ab \n");
+}
+
+TEST_F(TraceTest, WithoutALoggerNothingHappens) {
+    TraceProgress(nullptr, "INFO: %s\n", "x");
+    TraceError(nullptr, "x");
+    EXPECT_EQ(NewLogText(), "");
+}
+
+TEST_F(TraceTest, ALineForWhichThereIsNoMemoryIsLost) {
+    const std::string cause(10000, 'x');
+    {
+        const FailingCall failing(Call::kNew, ENOMEM, 1, FailingCall::kAlways);
+        TraceProgress(&logger, "INFO: %s\n", cause.c_str());
+        TraceError(&logger, cause.c_str());
+        EXPECT_GE(failing.Count(), 2);
+    }
+    TraceError(&logger, "next");
+    EXPECT_EQ(NewLogText(), "\nERROR: next \n");  // of the lost line the time alone is left
+}
+
+}  // namespace
