@@ -1,0 +1,288 @@
+#include <fcntl.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+
+#include <csignal>
+#include <cstdlib>
+
+#include "support/process_semaphore.h"
+#include "tests/faults/own_lock.h"
+#include "tests/fixture/child_process.h"
+#include "tests/tools/tool_fixture.h"
+
+namespace {
+
+/// What goes wrong, each with the whole text on the standard error and the exit code.
+class Failures : public ToolTest {
+  protected:
+    /// Runs expectations as a user who owns nothing here; skips the test where the tool cannot be
+    /// run by such a user.
+    void AsOrdinaryUser(const std::function<void()>& work) {
+        OpenStreamsToEverybody();
+        const int code = RunAsOrdinaryUser([&] {
+            if (access(SIPTRUNKCTL_PATH, X_OK) != 0) {
+                _exit(ChildProcess::kNotPermitted);
+            }
+            work();
+        });
+        if (code == ChildProcess::kNotPermitted) {
+            GTEST_SKIP() << "other users may not run " << SIPTRUNKCTL_PATH;
+        }
+        EXPECT_EQ(code, 0);
+    }
+
+    /// Runs expectations where the test may mount; skips the test where it may not.
+    static void WithOwnMounts(const std::function<void()>& work) {
+        const int code = RunWithOwnMounts(work);
+        if (code == ChildProcess::kNotPermitted) {
+            GTEST_SKIP() << "a test may not mount here";
+        }
+        EXPECT_EQ(code, 0);
+    }
+
+    std::string DatabaseFolder() const { return Folder() + "/telephony"; }
+};
+
+TEST_F(Failures, AWrongCommandLineIsWrongUse) {
+    const std::string more = "; \"siptrunkctl --help\" tells more";
+    ExpectFailure({}, 2, "a command is missing" + more);
+    ExpectFailure({"lst"}, 2, "no command \"lst\"; did you mean \"list\"?");
+    ExpectFailure({"frobnicate"}, 2, "no command \"frobnicate\"" + more);
+    ExpectFailure({"slave"}, 2, "a command is missing; \"siptrunkctl slave --help\" tells more");
+    ExpectFailure({"slave", "lst"}, 2, "no command \"slave lst\"; did you mean \"list\"?");
+    ExpectFailure({"show"}, 2, "show: NAME is missing; \"siptrunkctl show --help\" tells more");
+    ExpectFailure({"rename", "a"}, 2,
+                  "rename: NEW is missing; \"siptrunkctl rename --help\" tells more");
+    ExpectFailure({"add", "a"}, 2,
+                  "add: KEY=VALUE... is missing; \"siptrunkctl add --help\" tells more");
+    ExpectFailure({"slave", "move", "1", "a"}, 2,
+                  "slave move: PORT is missing; \"siptrunkctl slave move --help\" tells more");
+    ExpectFailure({"show", "a", "b"}, 2,
+                  "unexpected argument \"b\"; \"siptrunkctl show --help\" tells more");
+    ExpectFailure({"list", "--bogus"}, 2,
+                  "unexpected argument \"--bogus\"; \"siptrunkctl list --help\" tells more");
+    ExpectFailure({"show", "a", "--type", "all"}, 2,
+                  "unexpected argument \"--type\"; \"siptrunkctl show --help\" tells more");
+    ExpectFailure(
+        {"list", "--type", "phone"}, 2,
+        "--type: phone not in {master,slave,all}; \"siptrunkctl list --help\" tells more");
+    ExpectFailure(
+        {"list", "--color", "red"}, 2,
+        "--color: red not in {auto,always,never}; \"siptrunkctl list --help\" tells more");
+    ExpectFailure({"list", "-C", ""}, 2,
+                  "--config-dir: its value is empty; \"siptrunkctl list --help\" tells more");
+    ExpectFailure({"list", "--wait", "soon"}, 2, "--wait: \"soon\" is no number of seconds");
+    ExpectFailure({"list", "--wait", "-1"}, 2, "--wait: \"-1\" is no number of seconds");
+    ExpectFailure({"add", "a", "type=slave", "user=1", "--password-file", "x", "--ask-password"}, 2,
+                  "--password-file and --ask-password exclude each other");
+}
+
+TEST_F(Failures, APasswordIsNeededFromSomewhere) {
+    WriteDatabase(kTwoTrunks);
+    const Words add = {"add", "new", "type=slave", "user=3"};
+    ExpectFailure(add, 2,
+                  "a password is needed, and there is no terminal to ask at; use --password-file "
+                  "FILE, or - for the standard input");
+    const auto expect = [&](const std::string& file, int code, const std::string& text,
+                            std::string_view input = "") {
+        Words words = add;
+        words.insert(words.end(), {"--password-file", file});
+        ExpectFailure(words, code, text, input);
+    };
+    expect(Folder() + "/none", 1, Folder() + "/none: open: No such file or directory");
+    expect(Folder(), 1, Folder() + ": read: Is a directory");
+    expect("-", 2, "password: it holds a line feed, which the database cannot store", "a\nb\n");
+    expect("-", 2, "password: it has 1024 bytes; at most 1023 can be read back",
+           std::string(1024, 'p'));
+    expect("-", 2, "password: it holds a NUL byte, which the database cannot store",
+           std::string_view("a\0b", 3));
+    EXPECT_EQ(DatabaseText(), kTwoTrunks);
+}
+
+TEST_F(Failures, AMissingDatabaseIsToldWithItsCure) {
+    const std::string cause = DatabasePath() + ": open: No such file or directory; ";
+    ExpectFailure({"list"}, 1,
+                  cause + "\"agents set\" or \"add\" makes it, and -C names another directory");
+    ExpectFailure({"check", "a"}, 1,
+                  cause + "\"agents set\" or \"add\" makes it, and -C names another directory");
+    ASSERT_EQ(rmdir(DatabaseFolder().c_str()), 0);
+    ExpectFailure({"list"}, 1,
+                  cause + "make its folder (mkdir -p " + DatabaseFolder() +
+                      "), or name another directory with -C");
+    ExpectFailure({"agents", "set", "master=on"}, 1,
+                  cause + "make its folder (mkdir -p " + DatabaseFolder() +
+                      "), or name another directory with -C");
+}
+
+TEST_F(Failures, AMalformedDatabaseIsToldWithItsLine) {
+    const std::string text = "section {\ntrunk_name=a\n}\noops\n";
+    WriteDatabase(text);
+    for (const Words& words :
+         {Words{"list"}, Words{"show", "a"}, Words{"add", "b", "type=slave", "user=1"},
+          Words{"modify", "a", "user=1"}, Words{"delete", "a"}, Words{"check", "a"},
+          Words{"status"}, Words{"activate", "a"}, Words{"unregister-all"}, Words{"params", "a"},
+          Words{"slave", "list"}, Words{"slave", "register", "1", "a", "1"},
+          Words{"accounts", "master"}, Words{"accounts", "slave", "--yes"}, Words{"agents"},
+          Words{"agents", "set", "master=on", "slave=on"}, Words{"export"}, Words{"watch"}}) {
+        ExpectFailure(
+            words, 5,
+            DatabasePath() +
+                ":4: text outside a section; \"siptrunkctl validate\" lists every problem");
+    }
+    EXPECT_EQ(DatabaseText(), text);
+}
+
+TEST_F(Failures, AFolderInThePlaceOfTheDatabaseIsToldByName) {
+    ASSERT_EQ(mkdir(DatabasePath().c_str(), 0755), 0);
+    ExpectFailure({"list"}, 1, DatabasePath() + ": open: Is a directory");
+}
+
+TEST_F(Failures, AnUnreadableFolderIsNotPermitted) {
+    WriteDatabase(kTwoTrunks);
+    ASSERT_EQ(chmod(DatabaseFolder().c_str(), 0), 0);
+    AsOrdinaryUser([&] {
+        const std::string cause =
+            DatabasePath() + ": open: Permission denied; run this as root or as the file's owner";
+        ExpectFailure({"list"}, 6, cause);
+        ExpectFailure({"export"}, 6, cause);
+        ExpectFailure({"check", "new"}, 6, cause);
+        ExpectFailure({"add", "a", "type=slave", "user=1"}, 6, cause);
+    });
+    ASSERT_EQ(chmod(DatabaseFolder().c_str(), 0755), 0);
+}
+
+TEST_F(Failures, AFolderThatMayOnlyBeReadIsNotPermittedToChange) {
+    WriteDatabase(kTwoTrunks);
+    ASSERT_EQ(chmod(DatabasePath().c_str(), 0644), 0);
+    ASSERT_EQ(chmod(DatabaseFolder().c_str(), 0555), 0);
+    AsOrdinaryUser([&] {
+        ExpectFailure({"delete", "office"}, 6,
+                      DatabasePath() +
+                          ": create temporary file: Permission denied; run this as root or as the "
+                          "file's owner");
+        ExpectAnswer({"list", "--names"}, "office\nbranch\n");
+    });
+    ASSERT_EQ(chmod(DatabaseFolder().c_str(), 0755), 0);
+    EXPECT_EQ(DatabaseText(), kTwoTrunks);
+}
+
+TEST_F(Failures, AReadOnlyFileSystemIsNotPermitted) {
+    WithOwnMounts([&] {
+        MountSmallFileSystem(DatabaseFolder(), 65536);
+        WriteDatabase(kTwoTrunks);
+        ASSERT_EQ(
+            mount(nullptr, DatabaseFolder().c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
+        ExpectFailure({"delete", "office"}, 6,
+                      DatabasePath() +
+                          ": create temporary file: Read-only file system; mount the file system "
+                          "writable");
+    });
+}
+
+TEST_F(Failures, AFullDiskIsToldWithItsCure) {
+    WithOwnMounts([&] {
+        MountSmallFileSystem(DatabaseFolder(), 65536);
+        WriteDatabase(kTwoTrunks);
+        const int rest = open((DatabaseFolder() + "/rest").c_str(), O_WRONLY | O_CREAT, 0600);
+        const std::string block(4096, 'x');
+        while (write(rest, block.data(), block.size()) > 0) {
+        }
+        (void)close(rest);
+        ExpectFailure(
+            {"delete", "office"}, 1,
+            DatabasePath() + ": write: No space left on device; make room on that file system");
+        EXPECT_EQ(DatabaseText(), kTwoTrunks);
+    });
+}
+
+TEST_F(Failures, AStandardOutputThatTakesNothingIsToldOf) {
+    WriteDatabase(kTwoTrunks);
+    const std::string errors = Folder() + "/errors";
+    EXPECT_EQ(
+        WaitForEnd(Start({SIPTRUNKCTL_PATH, "-C", Folder(), "list"}, "", "/dev/full", errors)), 1);
+    EXPECT_EQ(ReadFile(errors), "siptrunkctl: standard output: write: No space left on device\n");
+}
+
+TEST_F(Failures, ALockHeldByAStoppedProcessIsWaitedForAsLongAsWanted) {
+    WriteDatabase(kTwoTrunks);
+    const std::string exported = Run({"export", "--show-secrets"}).out;
+    ChildProcess child([&] {
+        char before[64] = "";
+        char after[64] = "";
+        (void)!readlink("/proc/self/ns/ipc", before, sizeof(before) - 1);
+        const OwnLock own;
+        (void)!readlink("/proc/self/ns/ipc", after, sizeof(after) - 1);
+        if (std::string(before) == after) {
+            _exit(ChildProcess::kNotPermitted);  // others must not wait
+        }
+        Gate held;
+        ChildProcess holder([&] {
+            Semaphore lock(43, "/bin/ls");
+            lock.Lock(true);
+            held.Open();
+            (void)raise(SIGSTOP);
+        });
+        held.Pass();
+        const std::string cause =
+            "lock 43:/bin/ls: another process still holds it after the time of --wait; let that "
+            "process go on, or end it";
+        ExpectFailure({"delete", "office", "--wait", "0.05"}, 1, cause);
+        ExpectFailure({"list", "--wait", "0"}, 1, cause);
+        ExpectFailure({"import", "-", "--replace", "--wait", "0.05"}, 1, cause, exported);
+        EXPECT_EQ(DatabaseText(), kTwoTrunks);
+        ExpectAnswer({"validate", "-q"}, "");  // needs no lock
+        holder.Kill();
+        ExpectAnswer({"delete", "office", "--wait", "60"},
+                     "deleted trunk \"office\", which was registered\n");
+    });
+    const int code = child.Wait();
+    if (code == ChildProcess::kNotPermitted) {
+        GTEST_SKIP() << "a test may not have a lock of its own here";
+    }
+    EXPECT_EQ(code, 0);
+}
+
+TEST_F(Failures, TheLogHasTheLibrarysLines) {
+    WriteDatabase(kTwoTrunks);
+    const std::string log = Folder() + "/log";
+    Do({"activate", "office", "--log", log});
+    Do({"deactivate", "office", "--log", log});
+    WriteDatabase("x\n");
+    ExpectFailure({"list", "--log", log}, 5,
+                  DatabasePath() +
+                      ":1: text outside a section; \"siptrunkctl validate\" lists every problem");
+    const std::string text = ReadFile(log);
+    const std::string first = "INFO:SIP Trunk: Set active state trunk to master : office\n";
+    const std::string second = "INFO:SIP Trunk: Set Trunk To Master : office  InActive State...\n";
+    const std::string third = "ERROR: " + DatabasePath() + ":1: text outside a section \n";
+    ASSERT_EQ(text.size(), 3 * 14 + first.size() + second.size() + third.size()) << text;
+    EXPECT_EQ(text.substr(14, first.size()), first);
+    EXPECT_EQ(text.substr(28 + first.size(), second.size()), second);
+    EXPECT_EQ(text.substr(text.size() - third.size()), third);
+    ExpectFailure({"list", "--log", Folder() + "/none/log"}, 1,
+                  Folder() + "/none/log: open log: No such file or directory");
+}
+
+TEST_F(Failures, TheDirectoryComesFromTheOptionOrTheEnvironment) {
+    WriteDatabase(kTwoTrunks);
+    ASSERT_EQ(setenv("QORV_PATH", (Folder() + "/").c_str(), 1), 0);
+    EXPECT_EQ(RunBare({"list", "--names"}).out, "office\nbranch\n");
+    ASSERT_EQ(setenv("QORV_PATH", "/nowhere/", 1), 0);
+    EXPECT_EQ(
+        RunBare({"list"}).err,
+        "siptrunkctl: /nowhere/telephony/siptrunkdb: open: No such file or directory; make its "
+        "folder (mkdir -p /nowhere/telephony), or name another directory with -C\n");
+    EXPECT_EQ(RunBare({"list", "--names", "-C", Folder() + "/"}).out, "office\nbranch\n");
+    EXPECT_EQ(RunBare({"list", "--names", "--config-dir=" + Folder()}).out, "office\nbranch\n");
+}
+
+TEST_F(Failures, HelpAndVersionAreNone) {
+    EXPECT_EQ(RunBare({"--version"}).out, "siptrunkctl 1.0.0\n");
+    const Answer help = RunBare({"add", "--help"});
+    EXPECT_EQ(help.code, 0);
+    EXPECT_NE(help.out.find("\nUsage: siptrunkctl add NAME KEY=VALUE... [OPTIONS]\n"),
+              std::string::npos);
+    EXPECT_NE(help.out.find("\nExample:\n  siptrunkctl add office "), std::string::npos);
+}
+
+}  // namespace

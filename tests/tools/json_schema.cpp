@@ -1,0 +1,141 @@
+#include "tests/tools/json_schema.h"
+
+#include <algorithm>
+#include <regex>
+#include <set>
+#include <stdexcept>
+
+namespace {
+
+using Json = nlohmann::json;
+
+constexpr std::string_view kDefinitions = "#/$defs/";
+
+bool IsOfType(const Json& value, const std::string& type) {
+    return type == "integer" ? value.is_number_integer() : value.type_name() == type;
+}
+
+bool IsOfOneType(const Json& value, const Json& types) {
+    if (types.is_string()) {
+        return IsOfType(value, types);
+    }
+    return std::any_of(types.begin(), types.end(),
+                       [&](const Json& type) { return IsOfType(value, type); });
+}
+
+}  // namespace
+
+JsonSchema::JsonSchema(Json document) : m_document(std::move(document)) {}
+
+bool JsonSchema::Has(const std::string& name) const { return m_document["$defs"].contains(name); }
+
+std::string JsonSchema::Fault(const std::string& name, const Json& value) const {
+    return FaultAt(m_document["$defs"].at(name), value, name);
+}
+
+std::string JsonSchema::FaultAt(const Json& schema, const Json& value,
+                                const std::string& at) const {
+    for (const auto& [keyword, unused] : schema.items()) {
+        const std::string fault = KeywordFault(keyword, schema, value, at);
+        if (!fault.empty()) {
+            return fault;
+        }
+    }
+    return "";
+}
+
+std::string JsonSchema::KeywordFault(const std::string& keyword, const Json& schema,
+                                     const Json& value, const std::string& at) const {
+    static const std::set<std::string> kOfMembers = {"properties", "patternProperties",
+                                                     "additionalProperties"};
+    const Json& rule = schema[keyword];
+    if (keyword == "description") {
+        return "";
+    }
+    if (keyword == "$ref") {
+        return FaultAt(m_document["$defs"].at(rule.get<std::string>().substr(kDefinitions.size())),
+                       value, at);
+    }
+    if (keyword == "type") {
+        return IsOfOneType(value, rule) ? "" : at + ": not " + rule.dump() + ": " + value.dump();
+    }
+    if (keyword == "const") {
+        return value == rule ? "" : at + ": not " + rule.dump() + ": " + value.dump();
+    }
+    if (keyword == "enum") {
+        return std::find(rule.begin(), rule.end(), value) != rule.end()
+                   ? ""
+                   : at + ": not one of " + rule.dump() + ": " + value.dump();
+    }
+    if (keyword == "pattern") {
+        return std::regex_search(value.get<std::string>(), std::regex(rule.get<std::string>()))
+                   ? ""
+                   : at + ": not like " + rule.dump() + ": " + value.dump();
+    }
+    if (keyword == "anyOf") {
+        std::string faults;
+        for (const Json& choice : rule) {
+            const std::string fault = FaultAt(choice, value, at);
+            if (fault.empty()) {
+                return "";
+            }
+            faults += fault + "; ";
+        }
+        return faults;
+    }
+    if (keyword == "items") {
+        std::string fault;
+        for (std::size_t i = 0; value.is_array() && i < value.size() && fault.empty(); ++i) {
+            fault = FaultAt(rule, value[i], at + "[" + std::to_string(i) + "]");
+        }
+        return fault;
+    }
+    if (keyword == "required") {
+        for (const Json& key : rule) {
+            if (value.is_object() && !value.contains(key)) {
+                return at + ": no " + key.dump();
+            }
+        }
+        return "";
+    }
+    if (kOfMembers.count(keyword) != 0) {
+        return MembersFault(schema, value, at);
+    }
+    throw std::logic_error("unknown keyword " + keyword);
+}
+
+std::string JsonSchema::MembersFault(const Json& schema, const Json& value,
+                                     const std::string& at) const {
+    if (!value.is_object()) {
+        return "";
+    }
+    for (const auto& [key, member] : value.items()) {
+        const std::string fault = MemberFault(schema, key, member, at + "." + key);
+        if (!fault.empty()) {
+            return fault;
+        }
+    }
+    return "";
+}
+
+std::string JsonSchema::MemberFault(const Json& schema, const std::string& key, const Json& value,
+                                    const std::string& at) const {
+    if (schema.contains("properties") && schema["properties"].contains(key)) {
+        return FaultAt(schema["properties"][key], value, at);
+    }
+    if (schema.contains("patternProperties")) {
+        for (const auto& [pattern, rule] : schema["patternProperties"].items()) {
+            if (std::regex_search(key, std::regex(pattern))) {
+                return FaultAt(rule, value, at);
+            }
+        }
+    }
+    if (!schema.contains("additionalProperties")) {
+        return "";
+    }
+    const Json& rule = schema["additionalProperties"];
+    if (rule.is_object()) {
+        return FaultAt(rule, value, at);
+    }
+    return rule.get<bool>() ? "" : at + ": unexpected";
+}

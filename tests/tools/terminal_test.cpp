@@ -1,0 +1,137 @@
+#include <pty.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdlib>
+
+#include "tests/tools/tool_fixture.h"
+
+namespace {
+
+/// What a person does: waits for a text, then types one.
+struct Turn {
+    std::string text;
+    std::string typed;
+};
+
+/// The tool on a terminal.
+class Terminal : public ToolTest {
+  protected:
+    Terminal() { (void)setenv("TERM", "xterm", 1); }
+
+    /// Returns all that the terminal shows, with "\n" as line ends, and the exit code.
+    std::pair<std::string, int> RunThere(Words words, unsigned short columns,
+                                         const std::vector<Turn>& turns = {}) const {
+        words.insert(words.begin(), {SIPTRUNKCTL_PATH, "-C", Folder()});
+        struct winsize size = {25, columns, 0, 0};
+        int terminal = -1;
+        const pid_t process = forkpty(&terminal, nullptr, nullptr, &size);
+        if (process == 0) {
+            std::vector<char*> arguments;
+            for (const std::string& word : words) {
+                arguments.push_back(const_cast<char*>(word.c_str()));  // execv only reads
+            }
+            arguments.push_back(nullptr);
+            (void)execv(arguments[0], arguments.data());
+            _exit(127);
+        }
+        const std::string shown = Talk(terminal, turns);
+        const int code = WaitForEnd(process);
+        (void)close(terminal);
+        return {shown, code};
+    }
+
+  private:
+    static std::string Talk(int terminal, const std::vector<Turn>& turns) {
+        std::string shown;
+        std::size_t turn = 0;
+        std::size_t seen = 0;
+        std::array<char, 1024> block{};
+        ssize_t count = 0;
+        while ((count = read(terminal, block.data(), block.size())) > 0) {
+            for (ssize_t i = 0; i < count; ++i) {
+                if (block.at(static_cast<std::size_t>(i)) != '\r') {
+                    shown += block.at(static_cast<std::size_t>(i));
+                }
+            }
+            if (turn < turns.size() && shown.find(turns[turn].text, seen) != std::string::npos) {
+                seen = shown.size();
+                const std::string& typed = turns[turn++].typed;
+                (void)!write(terminal, typed.data(), typed.size());
+            }
+        }
+        return shown;
+    }
+};
+
+using Shown = std::pair<std::string, int>;
+
+TEST_F(Terminal, ThePasswordIsAskedForTwiceAndNotShown) {
+    WriteDatabase("");
+    EXPECT_EQ(RunThere({"add", "a", "type=slave", "user=1"}, 80,
+                       {{"Password: ", "s3cret\n"}, {"Once more: ", "s3cret\n"}}),
+              Shown("Password: \nOnce more: \nadded trunk \"a\"\n", 0));
+    ExpectAnswer({"accounts", "master", "--show-secrets", "--no-legend"}, "a  1  s3cret\n");
+    EXPECT_EQ(RunThere({"modify", "a", "--ask-password"}, 80,
+                       {{"Password: ", "new\n"}, {"Once more: ", "new\n"}}),
+              Shown("Password: \nOnce more: \nchanged trunk \"a\"\n", 0));
+    ExpectAnswer({"accounts", "master", "--show-secrets", "--no-legend"}, "a  1  new\n");
+}
+
+TEST_F(Terminal, APasswordThatIsNotGivenChangesNothing) {
+    WriteDatabase("");
+    const std::string failed = "\x1b[1;31msiptrunkctl:\x1b[0m ";
+    EXPECT_EQ(RunThere({"add", "a", "type=slave", "user=1"}, 80,
+                       {{"Password: ", "one\n"}, {"Once more: ", "two\n"}}),
+              Shown("Password: \nOnce more: \n" + failed +
+                        "the two passwords differ; nothing was changed\n",
+                    1));
+    for (const char* key : {"\x03", "\x04"}) {  // Ctrl-C, Ctrl-D
+        EXPECT_EQ(RunThere({"add", "a", "type=slave", "user=1"}, 80, {{"Password: ", key}}),
+                  Shown("Password: \n" + failed + "no password given; nothing was changed\n", 1));
+    }
+    EXPECT_EQ(DatabaseText(), "");
+}
+
+// A text whose characters have two bytes each.
+std::string Wide(int characters) {
+    std::string text;
+    for (int i = 0; i < characters; ++i) {
+        text += "\xc3\xbc";
+    }
+    return text;
+}
+
+TEST_F(Terminal, TablesFitTheTerminal) {
+    WriteDatabase("section {\ntrunk_name=a name that is long enough\ntrunk_type=0\nuser_name=" +
+                  Wide(11) + "\n}\n");
+    EXPECT_EQ(RunThere({"list", "--no-legend"}, 80),
+              Shown("a name that is long enough  slave  " + Wide(11) + "  -  -  off  -\n", 0));
+    EXPECT_EQ(RunThere({"list", "--no-legend"}, 41),
+              Shown("a name t~  slave  " + Wide(8) + "~  -  -  off  -\n", 0));
+    // Narrower it does not become; then the lines wrap.
+    EXPECT_EQ(RunThere({"list", "--no-legend"}, 20),
+              Shown("a name ~  slave  " + Wide(7) + "~  -  -  off  -\n", 0));
+}
+
+TEST_F(Terminal, ColorsAreForTerminalsThatWantThem) {
+    WriteDatabase(kTwoTrunks);
+    const Words list = {"accounts", "master"};
+    const std::string rest = "branch  2001  (hidden)\n1 account\n";
+    const std::string plain = "NAME    USER  PASSWORD\n" + rest;
+    const std::string bold = "\x1b[1mNAME    USER  PASSWORD\x1b[0m\n" + rest;
+    EXPECT_EQ(RunThere(list, 80), Shown(bold, 0));
+    ExpectAnswer(list, plain);
+    ExpectAnswer({"accounts", "master", "--color", "always"}, bold);
+    EXPECT_EQ(RunThere({"accounts", "master", "--color", "never"}, 80), Shown(plain, 0));
+    ASSERT_EQ(setenv("NO_COLOR", "1", 1), 0);
+    EXPECT_EQ(RunThere(list, 80), Shown(plain, 0));
+    EXPECT_EQ(RunThere({"accounts", "master", "--color", "always"}, 80), Shown(bold, 0));
+    ASSERT_EQ(setenv("NO_COLOR", "", 1), 0);
+    EXPECT_EQ(RunThere(list, 80), Shown(bold, 0));
+    ASSERT_EQ(setenv("TERM", "dumb", 1), 0);
+    EXPECT_EQ(RunThere(list, 80), Shown(plain, 0));
+}
+
+}  // namespace

@@ -1,0 +1,216 @@
+#include <nlohmann/json.hpp>
+
+#include "tests/tools/tool_fixture.h"
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+using Transfer = ToolTest;
+
+Json SwitchSection() { return {{"siptrunk_master_enabled", "1"}, {"siptrunk_slave_enabled", "1"}}; }
+
+Json SlaveSection(const std::string& name, const std::string& user) {
+    return {{"trunk_name", name},
+            {"trunk_type", "0"},
+            {"user_name", user},
+            {"password", "p"},
+            {"sym_nat", "0"}};
+}
+
+std::string Document(const std::vector<Json>& sections) {
+    return Json({{"sections", sections}}).dump();
+}
+
+std::string SlaveText(const std::string& name, const std::string& user) {
+    return "section {\ntrunk_name=" + name + "\ntrunk_type=0\nuser_name=" + user +
+           "\npassword=p\nsym_nat=0\n}\n";
+}
+
+std::string WithoutComments(std::string text) {
+    text.erase(0, text.find("section"));
+    text.erase(text.find("\n\n"), 1);
+    return text;
+}
+
+TEST_F(Transfer, ExportShowsAllSectionsAndHidesPasswords) {
+    WriteDatabase(
+        "section {\nsiptrunk_master_enabled=1\nsiptrunk_slave_enabled=0\n}\n"
+        "section {\n  foreign key = x \ntrunk_name=a\npassword=p\npassword=q\n"
+        "changed_password=c\nempty=\n}\n");
+    ExpectAnswer({"export"},
+                 "{\n"
+                 "  \"sections\": [\n"
+                 "    {\n"
+                 "      \"siptrunk_master_enabled\": \"1\",\n"
+                 "      \"siptrunk_slave_enabled\": \"0\"\n"
+                 "    },\n"
+                 "    {\n"
+                 "      \"foreign key\": \" x \",\n"
+                 "      \"trunk_name\": \"a\",\n"
+                 "      \"password\": null,\n"
+                 "      \"changed_password\": null,\n"
+                 "      \"empty\": \"\"\n"
+                 "    }\n"
+                 "  ]\n"
+                 "}\n");
+    const Json shown = Json::parse(Run({"export", "--show-secrets"}).out);
+    EXPECT_EQ(shown["sections"][1]["password"], "p");
+    EXPECT_EQ(shown["sections"][1]["changed_password"], "c");
+}
+
+TEST_F(Transfer, ExportAndImportGiveAnEqualDatabase) {
+    std::string strange;
+    for (int byte = 1; byte < 256; ++byte) {
+        strange += byte == '\n' || byte == '\r' ? "" : std::string(1, static_cast<char>(byte));
+    }
+    std::string text = kTwoTrunks;
+    text.replace(text.find("alpha"), 5, strange);
+    WriteDatabase(text);
+    Do({"snapshot", "office"});
+    const std::string before = DatabaseText();
+    const std::string exported = Run({"export", "--show-secrets"}).out;
+    ASSERT_EQ(unlink(DatabasePath().c_str()), 0);
+    ExpectAnswer({"import", "-"}, "imported 2 trunks\n", exported);
+    EXPECT_EQ(DatabaseText(), WithoutComments(before));
+}
+
+TEST_F(Transfer, ImportReadsAFile) {
+    WriteFile(Folder() + "/in.json", Document({SwitchSection(), SlaveSection("a", "1")}));
+    ExpectAnswer({"import", Folder() + "/in.json"}, "imported 1 trunk\n");
+    ExpectFailure({"import", Folder() + "/none"}, 1,
+                  Folder() + "/none: open: No such file or directory");
+}
+
+TEST_F(Transfer, ImportAddsToWhatIsStored) {
+    WriteDatabase(kTwoTrunks);
+    ExpectAnswer({"import", "-"}, "imported 1 trunk\n",
+                 Document({SwitchSection(), SlaveSection("new", "3")}));
+    EXPECT_EQ(DatabaseText(), kTwoTrunks + SlaveText("new", "3"));  // with its own switches
+}
+
+TEST_F(Transfer, ImportPutsSwitchesBeforeADatabaseWithoutThem) {
+    WriteDatabase(SlaveText("a", "1"));
+    ExpectAnswer({"import", "-"}, "imported 1 trunk\n",
+                 Document({SwitchSection(), SlaveSection("b", "2")}));
+    EXPECT_EQ(DatabaseText(),
+              "section {\nsiptrunk_master_enabled=1\nsiptrunk_slave_enabled=1\n}\n" +
+                  SlaveText("a", "1") + SlaveText("b", "2"));
+}
+
+TEST_F(Transfer, ImportReplacesOnDemand) {
+    WriteDatabase(kTwoTrunks);
+    ExpectAnswer({"import", "-", "--replace"}, "imported 1 trunk\n",
+                 Document({SwitchSection(), SlaveSection("branch", "1001")}));
+    EXPECT_EQ(DatabaseText(),
+              "# trunks\n\nsection {\nsiptrunk_master_enabled=1\nsiptrunk_slave_enabled=1\n}\n" +
+                  SlaveText("branch", "1001"));
+}
+
+TEST_F(Transfer, ATrialStoresNothing) {
+    const std::string document = Document({SwitchSection(), SlaveSection("a", "1")});
+    ExpectAnswer({"import", "-", "--dry-run"}, "would import 1 trunk\n", document);
+    EXPECT_TRUE(EntriesOf(Folder() + "/telephony").empty());
+    WriteDatabase(kTwoTrunks);
+    ExpectAnswer({"import", "-", "--dry-run", "--replace"}, "would import 1 trunk\n", document);
+    EXPECT_EQ(DatabaseText(), kTwoTrunks);
+}
+
+TEST_F(Transfer, AHiddenPasswordStaysTheStoredOne) {
+    WriteDatabase(kTwoTrunks);
+    const std::string exported = Run({"export"}).out;
+    Do({"import", "-", "--replace"}, exported);
+    EXPECT_EQ(WithoutComments("# trunks\n" + DatabaseText().substr(10) + "\n\n"),
+              WithoutComments(kTwoTrunks) + "\n");
+    ASSERT_EQ(unlink(DatabasePath().c_str()), 0);
+    ExpectFailure({"import", "-"}, 1,
+                  "standard input: section 2: key \"password\": it is null, and none is stored for "
+                  "that trunk; \"export --show-secrets\" exports it",
+                  exported);
+    EXPECT_TRUE(EntriesOf(Folder() + "/telephony").empty());
+}
+
+TEST_F(Transfer, ATakenNameOrUserIsRefused) {
+    WriteDatabase(kTwoTrunks);
+    ExpectFailure(
+        {"import", "-"}, 4,
+        "standard input: section 2: trunk_name \"office\" is taken; --replace removes what "
+        "is stored",
+        Document({SlaveSection("new", "3"), SlaveSection("office", "4")}));
+    ExpectFailure(
+        {"import", "-"}, 4,
+        "standard input: section 1: user_name \"2001\" is taken; --replace removes what is "
+        "stored",
+        Document({SlaveSection("new", "2001")}));
+    EXPECT_EQ(DatabaseText(), kTwoTrunks);
+}
+
+TEST_F(Transfer, WhatIsNotSoundIsRefusedWithAllItsProblems) {
+    WriteDatabase(kTwoTrunks);
+    Json bad = SlaveSection("a", "1");
+    bad["slave_port"] = "none";
+    ExpectFailure(
+        {"import", "-"}, 1,
+        "standard input: section 1: slave_port \"none\" is no port from 1 to 65535\n"
+        "siptrunkctl: standard input: section 2: trunk name \"a\" again, first in section 1",
+        Document({bad, SlaveSection("a", "2")}));
+    EXPECT_EQ(DatabaseText(), kTwoTrunks);
+}
+
+struct BadInput {
+    const char* json;
+    const char* text;
+};
+
+TEST_F(Transfer, WhatIsNotSuchJsonIsRefusedWithoutQuotingIt) {
+    WriteDatabase(kTwoTrunks);
+    const std::string none = ": no list \"sections\" in it; \"siptrunkctl export\" shows the form";
+    EXPECT_EQ(Run({"import", "-"}, "[]").err, "siptrunkctl: standard input" + none + "\n");
+    EXPECT_EQ(Run({"import", "-"}, "{\"sections\": 1}").err,
+              "siptrunkctl: standard input" + none + "\n");
+    const BadInput inputs[] = {
+        {"", ":1: this is not JSON"},
+        {"{\"sections\": [\n{\"password\": \"secret\n", ":2: this is not JSON"},
+        {"{\"sections\": [1]}", ": section 1: it is not an object"},
+        {"{\"sections\": [{}, {\"a\": 1}]}", ": section 2: key \"a\": its value is not a text"},
+        {"{\"sections\": [{\"user_name\": null}]}",
+         ": section 1: key \"user_name\": its value is not a text"},
+        {"{\"sections\": [{\"password\": \"a\\nb\"}]}",
+         ": section 1: key \"password\": its value holds a line feed or a NUL byte"},
+        {"{\"sections\": [{\"password\": \"a\\u0000b\"}]}",
+         ": section 1: key \"password\": its value holds a line feed or a NUL byte"},
+        {"{\"sections\": [{\"a\\u0000b\": \"c\"}]}",
+         ": section 1: key \"a\\x00b\": it holds a NUL byte"},
+        {"{\"sections\": [{\"\": \"c\"}]}", ": section 1: key \"\": it is empty"},
+        {"{\"sections\": [{\"#a\": \"c\"}]}",
+         ": section 1: key \"#a\": it would be read as a comment"},
+        {"{\"sections\": [{\"a=b\": \"c\"}]}",
+         ": section 1: key \"a=b\": it holds a separator or a line feed"},
+        {"{\"sections\": [{\"a\": \"c\", \"a_base64\": \"?\"}]}",
+         ": section 1: key \"a_base64\": its value is not base64"},
+    };
+    for (const BadInput& input : inputs) {
+        ExpectFailure({"import", "-"}, 1, std::string("standard input") + input.text, input.json);
+    }
+    EXPECT_EQ(DatabaseText(), kTwoTrunks);
+}
+
+TEST_F(Transfer, AMalformedDatabaseIsNeitherExportedNorChanged) {
+    WriteDatabase("section {\nx\n}\n");
+    const std::string cause =
+        DatabasePath() + ":2: entry without \"=\"; \"siptrunkctl validate\" lists every problem";
+    ExpectFailure({"export"}, 5, cause);
+    ExpectFailure({"import", "-", "--replace"}, 5, cause, Document({SwitchSection()}));
+    EXPECT_EQ(DatabaseText(), "section {\nx\n}\n");
+}
+
+TEST_F(Transfer, KeysThatJsonCannotCarryAreNotExported) {
+    WriteDatabase("section {\na=1\na_base64=2\n}\n");
+    ExpectFailure(
+        {"export"}, 1,
+        DatabasePath() + ":3: key \"a_base64\" cannot be carried by JSON; rename it there");
+    WriteDatabase("section {\n\xff=1\n}\n");
+    ExpectFailure({"export"}, 1,
+                  DatabasePath() + ":2: key \"\\xff\" cannot be carried by JSON; rename it there");
+}
+
+}  // namespace

@@ -1,0 +1,34 @@
+#include "tools/siptrunkctl/input.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+
+#include "support/file_descriptor.h"
+#include "support/system_call.h"
+
+std::string ReadInput(const std::string& name) {
+    const bool isStandardInput = name == "-";
+    const FileDescriptor opened(isStandardInput ? -1 : RetryInterrupted([&] {
+        return open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
+    }));
+    if (!isStandardInput && opened.Number() == -1) {
+        ThrowSystemFailure(errno, name, "open");
+    }
+    const int file = isStandardInput ? STDIN_FILENO : opened.Number();
+    std::string text;
+    std::array<char, 4096> block{};
+    while (true) {
+        const ssize_t count =
+            RetryInterrupted([&] { return read(file, block.data(), block.size()); });
+        if (count == -1) {
+            ThrowSystemFailure(errno, isStandardInput ? "standard input" : name, "read");
+        }
+        if (count == 0) {
+            return text;
+        }
+        text.append(block.data(), static_cast<std::size_t>(count));
+    }
+}

@@ -1,0 +1,49 @@
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <exception>
+#include <string>
+#include <system_error>
+
+#include "tools/siptrunkctl/command_line.h"
+#include "tools/siptrunkctl/device.h"
+#include "tools/siptrunkctl/failure.h"
+#include "tools/siptrunkctl/output.h"
+#include "tools/siptrunkctl/text.h"
+
+namespace {
+
+int Report(const Arguments& arguments, const Failure& failure) {
+    const bool color = WantsColor(arguments, STDERR_FILENO);
+    (void)std::fprintf(stderr, "%ssiptrunkctl:%s %s\n", color ? "\x1b[1;31m" : "",
+                       color ? "\x1b[0m" : "", failure.what());
+    return static_cast<int>(failure.Code());
+}
+
+ExitCode Run(int count, const char* const* words, Arguments& arguments) {
+    const Command* command = ReadCommandLine(count, words, arguments);
+    if (command == nullptr) {
+        return ExitCode::kDone;
+    }
+    if (!arguments.configDir.empty()) {
+        UseDirectory(arguments.configDir);
+    }
+    Session session(arguments);
+    command->run(session);
+    session.Flush();
+    return session.Result();
+}
+
+}  // namespace
+
+int main(int count, char** words) {
+    Arguments arguments;
+    try {
+        return static_cast<int>(Run(count, words, arguments));
+    } catch (const Failure& failure) {
+        return Report(arguments, failure);
+    } catch (const std::exception& failure) {
+        return Report(arguments, FailureOf(Printable(failure.what())));
+    }
+}

@@ -1,0 +1,107 @@
+#include "tools/siptrunkctl/session.h"
+
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+
+#include "support/process_semaphore.h"
+#include "support/system_call.h"
+#include "tools/siptrunkctl/device.h"
+#include "tools/siptrunkctl/json.h"
+
+namespace {
+
+extern "C" void GiveUp(int /*signal*/) {
+    static const char kText[] =
+        "siptrunkctl: lock 43:/bin/ls: another process still holds it after the time of --wait; "
+        "let that process go on, or end it\n";
+    (void)!write(STDERR_FILENO, kText, sizeof(kText) - 1);
+    _exit(static_cast<int>(ExitCode::kFailed));
+}
+
+void StartTimer(double seconds) {
+    struct itimerval timer {};
+    timer.it_value.tv_sec = static_cast<time_t>(seconds);
+    timer.it_value.tv_usec = static_cast<suseconds_t>((seconds - std::floor(seconds)) * 1e6);
+    (void)setitimer(ITIMER_REAL, &timer, nullptr);
+}
+
+}  // namespace
+
+void WaitForLock(const Arguments& arguments) {
+    if (arguments.wait.empty()) {
+        return;
+    }
+    // The lock is taken and given back before anything is looked at, so giving up changes nothing.
+    (void)std::signal(SIGALRM, GiveUp);
+    StartTimer(std::max(std::strtod(arguments.wait.c_str(), nullptr), 0.001));
+    Semaphore lock(43, "/bin/ls");
+    lock.Lock(true);
+    StartTimer(0);
+    lock.Unlock();
+}
+
+const std::string& Session::Word(std::size_t place) const {
+    static const std::string kNone;
+    return place < m_arguments.words.size() ? m_arguments.words[place] : kNone;
+}
+
+CSIPTrunkConfig& Session::Service() {
+    if (!m_service) {
+        m_log = std::make_unique<OperationLog>(m_arguments.logFile);
+        WaitForLock(m_arguments);
+        m_service = std::make_unique<CSIPTrunkConfig>(&m_log->Logger());
+    }
+    return *m_service;
+}
+
+void Session::ThrowLogged() {
+    const std::optional<std::string> cause = m_log->TakeCause();
+    if (cause) {
+        throw FailureOf(*cause);
+    }
+}
+
+void Session::Require(bool result, const std::string& otherwise) {
+    if (!Checked(result)) {
+        throw Failure(ExitCode::kFailed, otherwise);
+    }
+}
+
+void Session::PrintList(const std::vector<Record>& records, const char* noun) {
+    m_output += m_arguments.json ? JsonText(ToJson(records, m_arguments.showSecrets))
+                                 : TableText(records, noun, LayoutOf(m_arguments));
+}
+
+void Session::PrintOne(const Record& record) {
+    m_output += m_arguments.json ? JsonText(ToJson(record, m_arguments.showSecrets))
+                                 : PageText(record, LayoutOf(m_arguments));
+}
+
+void Session::Confirm(const std::string& text, const Record& record) {
+    if (m_arguments.json) {
+        m_output += JsonText(ToJson(record, m_arguments.showSecrets));
+    } else if (!m_arguments.quiet) {
+        m_output += text + "\n";
+    }
+}
+
+void Session::Flush() {
+    std::string_view rest = m_output;
+    while (!rest.empty()) {
+        const ssize_t written =
+            RetryInterrupted([&] { return write(STDOUT_FILENO, rest.data(), rest.size()); });
+        if (written == -1) {
+            throw Failure(ExitCode::kFailed,
+                          std::string("standard output: write: ") + std::strerror(errno));
+        }
+        rest.remove_prefix(static_cast<std::size_t>(written));
+    }
+    m_output.clear();
+}

@@ -1,0 +1,144 @@
+#include "tools/siptrunkctl/text.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdint>
+
+namespace {
+
+std::uint32_t Byte(std::string_view text, std::size_t place) {
+    return static_cast<unsigned char>(text[place]);
+}
+
+// The code point of a whole character of `length` bytes.
+std::uint32_t CodePoint(std::string_view character, std::size_t length) {
+    if (length == 1) {
+        return Byte(character, 0);
+    }
+    std::uint32_t point = Byte(character, 0) & (0x7fU >> length);
+    for (std::size_t i = 1; i < length; ++i) {
+        point = point << 6U | (Byte(character, i) & 0x3fU);
+    }
+    return point;
+}
+
+// Control characters of both ranges, line separators, and the marks that turn the direction of
+// writing, by which one name can look like another.
+bool IsHarmful(std::uint32_t point) {
+    return point < 0x20 || (point >= 0x7f && point < 0xa0) ||
+           (point >= 0x2028 && point <= 0x202e) || (point >= 0x2066 && point <= 0x2069);
+}
+
+void AppendEscaped(std::string& text, std::string_view bytes) {
+    static const char* const kDigits = "0123456789abcdef";
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        text.append("\\x").append(1, kDigits[Byte(bytes, i) >> 4U]);
+        text.append(1, kDigits[Byte(bytes, i) & 0xfU]);
+    }
+}
+
+char LowerCase(char letter) {
+    return static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
+}
+
+// The number of letters to insert, remove, replace or swap to get from one word to the other
+// (optimal string alignment); the letters' case does not count.
+std::size_t Distance(std::string_view from, std::string_view to) {
+    std::vector<std::size_t> beforeLast(to.size() + 1);
+    std::vector<std::size_t> last(to.size() + 1);
+    std::vector<std::size_t> row(to.size() + 1);
+    for (std::size_t j = 0; j <= to.size(); ++j) {
+        row[j] = j;
+    }
+    for (std::size_t i = 1; i <= from.size(); ++i) {
+        beforeLast.swap(last);
+        last.swap(row);
+        row[0] = i;
+        for (std::size_t j = 1; j <= to.size(); ++j) {
+            const bool same = LowerCase(from[i - 1]) == LowerCase(to[j - 1]);
+            row[j] = std::min({last[j] + 1, row[j - 1] + 1, last[j - 1] + (same ? 0 : 1)});
+            if (i > 1 && j > 1 && LowerCase(from[i - 1]) == LowerCase(to[j - 2]) &&
+                LowerCase(from[i - 2]) == LowerCase(to[j - 1])) {
+                row[j] = std::min(row[j], beforeLast[j - 2] + 1);
+            }
+        }
+    }
+    return row[to.size()];
+}
+
+}  // namespace
+
+std::size_t CharacterLength(std::string_view text) {
+    if (text.empty()) {
+        return 0;
+    }
+    const std::uint32_t first = Byte(text, 0);
+    if (first < 0x80) {
+        return 1;
+    }
+    const std::size_t length = first >= 0xf0 ? 4 : first >= 0xe0 ? 3 : 2;
+    if (first < 0xc2 || first > 0xf4 || text.size() < length) {
+        return 0;
+    }
+    for (std::size_t i = 1; i < length; ++i) {
+        if ((Byte(text, i) & 0xc0U) != 0x80) {
+            return 0;
+        }
+    }
+    const std::uint32_t point = CodePoint(text, length);
+    const bool tooLong = (length == 3 && point < 0x800) || (length == 4 && point < 0x10000);
+    const bool isSurrogate = point >= 0xd800 && point <= 0xdfff;
+    return tooLong || isSurrogate || point > 0x10ffff ? 0 : length;
+}
+
+bool IsUtf8(std::string_view text) {
+    while (!text.empty()) {
+        const std::size_t length = CharacterLength(text);
+        if (length == 0) {
+            return false;
+        }
+        text.remove_prefix(length);
+    }
+    return true;
+}
+
+std::size_t Width(std::string_view text) {
+    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char byte) {
+        return (static_cast<unsigned char>(byte) & 0xc0U) != 0x80;
+    }));
+}
+
+std::string Printable(std::string_view text) {
+    std::string printable;
+    while (!text.empty()) {
+        const std::size_t length = CharacterLength(text);
+        const std::string_view character = text.substr(0, std::max<std::size_t>(length, 1));
+        if (length == 0 || IsHarmful(CodePoint(character, length))) {
+            AppendEscaped(printable, character);
+        } else {
+            printable += character;
+        }
+        text.remove_prefix(character.size());
+    }
+    return printable;
+}
+
+std::string Quoted(std::string_view text) { return "\"" + Printable(text) + "\""; }
+
+const std::string* Nearest(std::string_view word, const std::vector<std::string>& candidates) {
+    const std::string* nearest = nullptr;
+    std::size_t least = word.size() / 3 + 1;  // farther away, it is another word
+    for (const std::string& candidate : candidates) {
+        const std::size_t distance = Distance(word, candidate);
+        if (distance < least || (distance == least && nearest == nullptr && least < word.size())) {
+            least = distance;
+            nearest = &candidate;
+        }
+    }
+    return nearest;
+}
+
+std::string DidYouMean(std::string_view word, const std::vector<std::string>& candidates) {
+    const std::string* nearest = Nearest(word, candidates);
+    return nearest == nullptr ? std::string() : "; did you mean " + Quoted(*nearest) + "?";
+}

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// Texts from the database, as people see them.
+
+/// Returns the number of bytes of the UTF-8 character that `text` begins with; 0 when it begins
+/// with none.
+std::size_t CharacterLength(std::string_view text);
+
+/// Returns whether the whole text is UTF-8.
+bool IsUtf8(std::string_view text);
+
+/// Returns the number of characters of a UTF-8 text, taken as its width on a terminal.
+std::size_t Width(std::string_view text);
+
+/// Returns the text with every byte that could do something to a terminal, or that is not UTF-8, as
+/// \xNN: the result is UTF-8 and stays on one line.
+std::string Printable(std::string_view text);
+
+/// Returns the printable text in quotation marks.
+std::string Quoted(std::string_view text);
+
+/// Returns the candidate that `word` is most likely a misspelling of; null when none is near.
+const std::string* Nearest(std::string_view word, const std::vector<std::string>& candidates);
+
+/// Returns "; did you mean "X"?" for the nearest candidate, or an empty text.
+std::string DidYouMean(std::string_view word, const std::vector<std::string>& candidates);
