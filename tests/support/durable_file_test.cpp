@@ -428,6 +428,26 @@ TEST_F(DurableFileTest, ATemporaryNameThatIsTakenIsNotUsed) {
     EXPECT_EQ(ReadFile(m_path), "new");
 }
 
+TEST_F(DurableFileTest, AFileThatHasTheTemporaryNameIsNotWritten) {
+    const FixedClock clock(1000000000, 7);  // the names follow from it
+    WriteFile(m_path, "old");
+    std::string temporary;
+    {
+        const CallWatch watch(Call::kFchown, [&](int) {
+            temporary = TemporaryFile();
+            return 0;
+        });
+        Replace();
+    }
+    WriteFile(m_folder.File("other"), "somebody's");
+    ASSERT_EQ(link(m_folder.File("other").c_str(), temporary.c_str()), 0);
+    const CallWatch creations(Call::kOpenat);
+    Replace({"newer"});
+    EXPECT_EQ(creations.Count(), 2) << "the name is another one";
+    EXPECT_EQ(ReadFile(m_path), "newer");
+    EXPECT_EQ(ReadFile(m_folder.File("other")), "somebody's");
+}
+
 TEST_F(DurableFileTest, LeftoversOfKilledProcessesAreRemovedAndNothingElse) {
     const std::vector<std::string> leftovers = {".rc.conf.~aB3d9", ".rc.conf.~aaaaa",
                                                 ".rc.conf.~00000"};

@@ -101,7 +101,8 @@ TEST_F(LogStreamTest, ALineOfAnyLengthIsOneWriteWithoutLoss) {
     for (const std::size_t length : {0U, 1U, 2047U, 2048U, 2049U, 5000U, 1000000U}) {
         const std::string line(length, 'x');
         const CallWatch writes(Call::kWrite);
-        log.Write(line + "\n");
+        log.TRACE(3, "%s", line.c_str());
+        log.Write("\n");
         EXPECT_EQ(writes.Count(), 1) << length;
         expected += line + "\n";
     }

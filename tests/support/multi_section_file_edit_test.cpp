@@ -36,7 +36,26 @@ void Check(const std::vector<EditCase>& cases) {
 
 const std::string kTwoSections = "section {\na=1\n}\nsection {\na=2\n}\n";
 
-TEST(MultiSectionFileEditTest, SettingReplacesTheFirstEntryOrAddsOneBehindTheLast) {
+TEST(MultiSectionFileEditTest, SettingAKeyThatIsThereReplacesTheFirstValue) {
+    Check({
+        {"a key that is there", " section{\n\ta \t= old\r\nb=1\na=2\n\t}\n",
+         [](SectionFile& file) {
+             file.GotoNextSection();
+             EXPECT_TRUE(file.SetSectionEntry("a", "new "));
+         },
+         " section{\n\ta \t=new \nb=1\na=2\n\t}\n"},
+        {"a shorter, a longer and the same value", "section {\na=111\nb=1\nc=1\n}\n",
+         [](SectionFile& file) {
+             file.GotoNextSection();
+             file.SetSectionEntry("a", "");
+             file.SetSectionEntry("b", "222");
+             file.SetSectionEntry("c", "1");
+         },
+         "section {\na=\nb=222\nc=1\n}\n"},
+    });
+}
+
+TEST(MultiSectionFileEditTest, SettingAnAbsentKeyAddsAnEntryBehindTheLast) {
     Check({
         {"an empty section", "section {\n}\n",
          [](SectionFile& file) {
@@ -56,26 +75,17 @@ TEST(MultiSectionFileEditTest, SettingReplacesTheFirstEntryOrAddsOneBehindTheLas
              EXPECT_TRUE(file.SetSectionEntry("a", "1"));
          },
          "section {\na=1\n}"},
-        {"a key that is there", " section{\n\ta \t= old\r\nb=1\na=2\n\t}\n",
-         [](SectionFile& file) {
-             file.GotoNextSection();
-             EXPECT_TRUE(file.SetSectionEntry("a", "new "));
-         },
-         " section{\n\ta \t=new \nb=1\na=2\n\t}\n"},
-        {"a shorter, a longer and the same value", "section {\na=111\nb=1\nc=1\n}\n",
-         [](SectionFile& file) {
-             file.GotoNextSection();
-             file.SetSectionEntry("a", "");
-             file.SetSectionEntry("b", "222");
-             file.SetSectionEntry("c", "1");
-         },
-         "section {\na=\nb=222\nc=1\n}\n"},
         {"a key that only a comment has", "section {\n#a=1\n}\n",
          [](SectionFile& file) {
              file.GotoNextSection();
              file.SetSectionEntry("a", "2");
          },
          "section {\n#a=1\na=2\n}\n"},
+    });
+}
+
+TEST(MultiSectionFileEditTest, SettingChangesTheCurrentSectionAlone) {
+    Check({
         {"another section than the first", kTwoSections,
          [](SectionFile& file) {
              file.GotoNextSection();
@@ -253,6 +263,12 @@ TEST(MultiSectionFileEditTest, ASectionPutLastGoesBehindTheLastLine) {
              kAddLast(file);
          },
          "section {\na=3\n}\nsection {\na=2\n}\n" + added},
+    });
+}
+
+TEST(MultiSectionFileEditTest, ASectionPutLastGoesBehindTheLinesAsTheyAreByThen) {
+    const std::string added = "section {\nn=1\n}\n";
+    Check({
         {"twice behind a line without line end", "# c",
          [](SectionFile& file) {
              kAddLast(file);

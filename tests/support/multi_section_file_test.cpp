@@ -72,43 +72,43 @@ TEST_F(MultiSectionFileTest, AFileWithoutSectionsHasNoneToGoTo) {
     }
 }
 
+const struct {
+    std::string line, key;
+    std::optional<std::string> value;
+} kReads[] = {
+    {"a=1", "a", "1"},
+    {"a=", "a", ""},
+    {"a= 1 ", "a", " 1 "},
+    {"a=\t", "a", "\t"},
+    {"a=b=c", "a", "b=c"},
+    {"a==", "a", "="},
+    {"a=1\r", "a", "1\r"},
+    {"a=# no comment", "a", "# no comment"},
+    {"a=}", "a", "}"},
+    {" \ta\t =1", "a", "1"},
+    {"a b=1", "a b", "1"},
+    {"}=1", "}", "1"},
+    {"section {=1", "section {", "1"},
+    {"section=1{", "section", "1{"},
+    {"a\r=1", "a\r", "1"},
+    {"\xff\x01=1", "\xff\x01", "1"},
+    {"a=1", "A", std::nullopt},
+    {"a=1", "", std::nullopt},
+    {"a=1", "aa", std::nullopt},
+    {"aa=1", "a", std::nullopt},
+    {"a=1", "a ", std::nullopt},
+    {"a=1", " a", std::nullopt},
+    {"a=1", "a=1", std::nullopt},
+    {"b=a=1", "a", std::nullopt},
+    {"#a=1", "a", std::nullopt},
+    {"#a=1", "#a", std::nullopt},
+    {" # a=1", "# a", std::nullopt},
+    {" # a=1", " # a", std::nullopt},
+    {" a=1", " a", std::nullopt},
+};
+
 TEST_F(MultiSectionFileTest, AValueIsEverythingBehindTheFirstSeparator) {
-    struct Case {
-        std::string line, key;
-        std::optional<std::string> value;
-    };
-    const Case cases[] = {
-        {"a=1", "a", "1"},
-        {"a=", "a", ""},
-        {"a= 1 ", "a", " 1 "},
-        {"a=\t", "a", "\t"},
-        {"a=b=c", "a", "b=c"},
-        {"a==", "a", "="},
-        {"a=1\r", "a", "1\r"},
-        {"a=# no comment", "a", "# no comment"},
-        {"a=}", "a", "}"},
-        {" \ta\t =1", "a", "1"},
-        {"a b=1", "a b", "1"},
-        {"}=1", "}", "1"},
-        {"section {=1", "section {", "1"},
-        {"section=1{", "section", "1{"},
-        {"a\r=1", "a\r", "1"},
-        {"\xff\x01=1", "\xff\x01", "1"},
-        {"a=1", "A", std::nullopt},
-        {"a=1", "", std::nullopt},
-        {"a=1", "aa", std::nullopt},
-        {"aa=1", "a", std::nullopt},
-        {"a=1", "a ", std::nullopt},
-        {"a=1", " a", std::nullopt},
-        {"a=1", "a=1", std::nullopt},
-        {"b=a=1", "a", std::nullopt},
-        {"#a=1", "a", std::nullopt},
-        {"#a=1", "#a", std::nullopt},
-        {" # a=1", "# a", std::nullopt},
-        {" # a=1", " # a", std::nullopt},
-        {" a=1", " a", std::nullopt},
-    };
-    for (const Case& c : cases) {
+    for (const auto& c : kReads) {
         WriteFile(m_path, "section {\n" + c.line + "\n}\n");
         SectionFile file(m_path, Access::kReadOnly);
         ASSERT_TRUE(file.GotoNextSection());

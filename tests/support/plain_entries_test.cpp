@@ -117,6 +117,8 @@ TEST(PlainEntriesTest, AnEntryIsFoundByItsWholeKeyInItsStretchAlone) {
         {"\na=", 0, 3, "a", ""},
         {"\na", 0, 2, "a", nullptr},
         {"", 0, 0, "a", nullptr},
+        {"{\na=1=2\n}\n{\n}\n{\n}\n{\n}\n", 0, 20, "a=1", nullptr},
+        {"{\nb=1\na=2\n}\n{\n}\n{\n}\n", 0, 20, "b=1\na", nullptr},
     };
     for (const Case& c : cases) {
         const FileText copy = TightCopy(c.text);

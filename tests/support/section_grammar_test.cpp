@@ -30,40 +30,40 @@ class SectionGrammarTest : public testing::Test {
     const std::string m_path = m_folder.File("siptrunkdb");
 };
 
+const struct {
+    std::string text;
+    Sections sections;
+} kWellFormed[] = {
+    {"", {}},
+    {"\n", {}},
+    {" ", {}},
+    {" \t\n\t", {}},
+    {"#", {}},
+    {"# section {\n#a=1\n  # }\n\t#", {}},
+    {"#a=1\r\n", {}},
+    {"section {\n}\n", {"-"}},
+    {"section {\n}", {"-"}},
+    {"section{\n}\n", {"-"}},
+    {"section \t  {\n}\n", {"-"}},
+    {" \tsection {\t \n \t}\t \n", {"-"}},
+    {"section {\na=1\n}\n", {"1"}},
+    {"section {\na=1\n}", {"1"}},
+    {"section {\n \ta \t=1\n}\n", {"1"}},
+    {"section {\n\n# c\n \t\na=1\n#\n\n}\n", {"1"}},
+    {"section {\na=1\n}\nsection {\na=2\n}\n", {"1", "2"}},
+    {"# 1\n\nsection {\na=1\n}\n# 2\n\n\nsection{\nb=2\n}\n# 3", {"1", "-"}},
+    {"section {\na=1\na=2\n}\n", {"1"}},
+    {"section {\na=1\r\n}\n", {"1\r"}},
+    {"section {\na==}\n}\n", {"=}"}},
+    {"section {\na=}\nb={\n}\n", {"}"}},
+    {"section {\nsection {=1\n}=2\nsection=3\na=4\n}\n", {"4"}},
+    {"section {\n# }\n #}\n}\n", {"-"}},
+    {"section {\nb=1}\n}\nsection {\na=2\n}\n", {"-", "2"}},
+    {"section {\n\xc3\xa4=\xff\na=\x01\x7f\n}\n", {"\x01\x7f"}},
+};
+
 TEST_F(SectionGrammarTest, WellFormedFilesAreLoadedAndWrittenBackByteForByte) {
-    struct Case {
-        std::string text;
-        Sections sections;
-    };
-    const Case cases[] = {
-        {"", {}},
-        {"\n", {}},
-        {" ", {}},
-        {" \t\n\t", {}},
-        {"#", {}},
-        {"# section {\n#a=1\n  # }\n\t#", {}},
-        {"#a=1\r\n", {}},
-        {"section {\n}\n", {"-"}},
-        {"section {\n}", {"-"}},
-        {"section{\n}\n", {"-"}},
-        {"section \t  {\n}\n", {"-"}},
-        {" \tsection {\t \n \t}\t \n", {"-"}},
-        {"section {\na=1\n}\n", {"1"}},
-        {"section {\na=1\n}", {"1"}},
-        {"section {\n \ta \t=1\n}\n", {"1"}},
-        {"section {\n\n# c\n \t\na=1\n#\n\n}\n", {"1"}},
-        {"section {\na=1\n}\nsection {\na=2\n}\n", {"1", "2"}},
-        {"# 1\n\nsection {\na=1\n}\n# 2\n\n\nsection{\nb=2\n}\n# 3", {"1", "-"}},
-        {"section {\na=1\na=2\n}\n", {"1"}},
-        {"section {\na=1\r\n}\n", {"1\r"}},
-        {"section {\na==}\n}\n", {"=}"}},
-        {"section {\na=}\nb={\n}\n", {"}"}},
-        {"section {\nsection {=1\n}=2\nsection=3\na=4\n}\n", {"4"}},
-        {"section {\n# }\n #}\n}\n", {"-"}},
-        {"section {\nb=1}\n}\nsection {\na=2\n}\n", {"-", "2"}},
-        {"section {\n\xc3\xa4=\xff\na=\x01\x7f\n}\n", {"\x01\x7f"}},
-    };
-    for (const Case& c : cases) {
+    for (const auto& c : kWellFormed) {
         SCOPED_TRACE('"' + c.text + '"');
         WriteFile(m_path, c.text);
         EXPECT_EQ(ValuesOfA(m_path), c.sections);
@@ -74,66 +74,67 @@ TEST_F(SectionGrammarTest, WellFormedFilesAreLoadedAndWrittenBackByteForByte) {
     }
 }
 
+const std::string kNul(1, '\0');
+
+const struct {
+    std::string text, failure;
+} kMalformed[] = {
+    {"x", "1: text outside a section"},
+    {"\n\nx\n", "3: text outside a section"},
+    {"section {\n}\nx\n", "3: text outside a section"},
+    {"section\n", "1: text outside a section"},
+    {"section\n{\n}\n", "1: text outside a section"},
+    {"{\n}\n", "1: text outside a section"},
+    {"Section {\n}\n", "1: text outside a section"},
+    {"sections {\n}\n", "1: text outside a section"},
+    {"section {{\n}\n", "1: text outside a section"},
+    {"section { #\n}\n", "1: text outside a section"},
+    {"section {}\n", "1: text outside a section"},
+    {"section { }\n", "1: text outside a section"},
+    {"section name {\n}\n", "1: text outside a section"},
+    {"sectio {\n}\n", "1: text outside a section"},
+    {"\vsection {\n}\n", "1: text outside a section"},
+    {"}}\n", "1: text outside a section"},
+    {"\r\n", "1: line ends in a carriage return"},
+    {"section {\r\n}\r\n", "1: line ends in a carriage return"},
+    {"a=1\n", "1: entry outside a section"},
+    {"=1\n", "1: entry outside a section"},
+    {"section={\n", "1: entry outside a section"},
+    {"section {\n}\na=1", "3: entry outside a section"},
+    {"a=1\r\n", "1: entry outside a section"},
+    {"}\n", "1: end of a section outside one"},
+    {" }\t", "1: end of a section outside one"},
+    {"section {\n}\n}\n", "3: end of a section outside one"},
+    {"section {\na\n}\n", "2: entry without \"=\""},
+    {"section {\na=1\n b \n}\n", "3: entry without \"=\""},
+    {"section {\n} #\n}\n", "2: entry without \"=\""},
+    {"section {\n}}\n}\n", "2: entry without \"=\""},
+    {"section {\n{\n}\n", "2: entry without \"=\""},
+    {"section {\nsection\n}\n", "2: entry without \"=\""},
+    {"section {\n}\r\n", "2: line ends in a carriage return"},
+    {"section {\n\r\n}\n", "2: line ends in a carriage return"},
+    {"section {\n=1\n}\n", "2: entry without a key"},
+    {"section {\n \t=\n}\n", "2: entry without a key"},
+    {"section {\n==\n}\n", "2: entry without a key"},
+    {"section {\n=\r\n}\n", "2: entry without a key"},
+    {"section {\nsection {\n}\n}\n", "2: section inside a section"},
+    {"section {\na=1\n\tsection{\n}\n", "3: section inside a section"},
+    {"section {", "1: section is not closed"},
+    {"section {\n", "1: section is not closed"},
+    {"# c\nsection {\na=1\n# }\n", "2: section is not closed"},
+    {"section {\n}\n\n section{\na=1", "4: section is not closed"},
+    {kNul, "1: NUL byte"},
+    {"\n" + kNul + "\n", "2: NUL byte"},
+    {"# c" + kNul + "\n", "1: NUL byte"},
+    {"section {\na=1" + kNul + "\n}\n", "2: NUL byte"},
+    {"section {\n" + kNul + "a=1\n}\n", "2: NUL byte"},
+    {"section {\na" + kNul + "b=1\n}\n", "2: NUL byte"},
+    {"section {\n# " + kNul + "\n}\n", "2: NUL byte"},
+    {"section {\n}\n" + std::string(4096, '\0'), "3: NUL byte"},
+};
+
 TEST_F(SectionGrammarTest, MalformedFilesAreRefusedWithPathLineAndReasonAndLeftAlone) {
-    struct Case {
-        std::string text, failure;
-    };
-    const std::string nul(1, '\0');
-    const Case cases[] = {
-        {"x", "1: text outside a section"},
-        {"\n\nx\n", "3: text outside a section"},
-        {"section {\n}\nx\n", "3: text outside a section"},
-        {"section\n", "1: text outside a section"},
-        {"section\n{\n}\n", "1: text outside a section"},
-        {"{\n}\n", "1: text outside a section"},
-        {"Section {\n}\n", "1: text outside a section"},
-        {"sections {\n}\n", "1: text outside a section"},
-        {"section {{\n}\n", "1: text outside a section"},
-        {"section { #\n}\n", "1: text outside a section"},
-        {"section {}\n", "1: text outside a section"},
-        {"section { }\n", "1: text outside a section"},
-        {"section name {\n}\n", "1: text outside a section"},
-        {"sectio {\n}\n", "1: text outside a section"},
-        {"\vsection {\n}\n", "1: text outside a section"},
-        {"}}\n", "1: text outside a section"},
-        {"\r\n", "1: line ends in a carriage return"},
-        {"section {\r\n}\r\n", "1: line ends in a carriage return"},
-        {"a=1\n", "1: entry outside a section"},
-        {"=1\n", "1: entry outside a section"},
-        {"section={\n", "1: entry outside a section"},
-        {"section {\n}\na=1", "3: entry outside a section"},
-        {"a=1\r\n", "1: entry outside a section"},
-        {"}\n", "1: end of a section outside one"},
-        {" }\t", "1: end of a section outside one"},
-        {"section {\n}\n}\n", "3: end of a section outside one"},
-        {"section {\na\n}\n", "2: entry without \"=\""},
-        {"section {\na=1\n b \n}\n", "3: entry without \"=\""},
-        {"section {\n} #\n}\n", "2: entry without \"=\""},
-        {"section {\n}}\n}\n", "2: entry without \"=\""},
-        {"section {\n{\n}\n", "2: entry without \"=\""},
-        {"section {\nsection\n}\n", "2: entry without \"=\""},
-        {"section {\n}\r\n", "2: line ends in a carriage return"},
-        {"section {\n\r\n}\n", "2: line ends in a carriage return"},
-        {"section {\n=1\n}\n", "2: entry without a key"},
-        {"section {\n \t=\n}\n", "2: entry without a key"},
-        {"section {\n==\n}\n", "2: entry without a key"},
-        {"section {\n=\r\n}\n", "2: entry without a key"},
-        {"section {\nsection {\n}\n}\n", "2: section inside a section"},
-        {"section {\na=1\n\tsection{\n}\n", "3: section inside a section"},
-        {"section {", "1: section is not closed"},
-        {"section {\n", "1: section is not closed"},
-        {"# c\nsection {\na=1\n# }\n", "2: section is not closed"},
-        {"section {\n}\n\n section{\na=1", "4: section is not closed"},
-        {nul, "1: NUL byte"},
-        {"\n" + nul + "\n", "2: NUL byte"},
-        {"# c" + nul + "\n", "1: NUL byte"},
-        {"section {\na=1" + nul + "\n}\n", "2: NUL byte"},
-        {"section {\n" + nul + "a=1\n}\n", "2: NUL byte"},
-        {"section {\na" + nul + "b=1\n}\n", "2: NUL byte"},
-        {"section {\n# " + nul + "\n}\n", "2: NUL byte"},
-        {"section {\n}\n" + std::string(4096, '\0'), "3: NUL byte"},
-    };
-    for (const Case& c : cases) {
+    for (const auto& c : kMalformed) {
         WriteFile(m_path, c.text);
         const ino_t inode = InodeOf(m_path);
         for (const Access access : {Access::kReadOnly, Access::kChange, Access::kChangeOrCreate}) {
