@@ -21,6 +21,8 @@ class Watch : public ToolTest {
     void StartWatch(const Words& options) {
         Words words = {SIPTRUNKCTL_PATH, "-C", Folder(), "watch"};
         words.insert(words.end(), options.begin(), options.end());
+        WriteFile(m_out.File("out"), "");  // there from the first look on
+        WriteFile(m_out.File("err"), "");
         m_process = Start(words, "", m_out.File("out"), m_out.File("err"));
         const std::string line = "siptrunkctl: watching " + DatabasePath() + "\n";
         ASSERT_TRUE(WaitUntil([&] { return Errors() == line; })) << Errors();

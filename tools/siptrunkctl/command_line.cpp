@@ -11,10 +11,6 @@
 #include "tools/siptrunkctl/failure.h"
 #include "tools/siptrunkctl/text.h"
 
-#ifndef RAIKLAIK_VERSION
-#define RAIKLAIK_VERSION "1.0.0"
-#endif
-
 namespace {
 
 constexpr const char* kDescription = "Looks after the SIP trunks of this device.";

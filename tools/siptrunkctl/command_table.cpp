@@ -77,7 +77,7 @@ const Command kCommands[] = {
      "siptrunkctl validate /etc/qorv-conf/telephony/siptrunkdb", command::Validate},
     {"export", "", kNoOptions, "print the database as JSON",
      "All sections with all keys. Passwords are null unless --show-secrets is given.",
-     "siptrunkctl export --show-secrets > trunks.json", command::Export},
+     "umask 077 && siptrunkctl export --show-secrets > trunks.json", command::Export},
     {"import", "FILE", kReplace | kDryRun, "store what \"export\" printed",
      "FILE may be - for the standard input. Everything is checked first, and then stored in one\n"
      "step. The trunks are added to those stored; with --replace they take their place. A "

@@ -109,7 +109,7 @@ void RequireSound(const Input& input, const Sections& kept) {
     std::string text;
     for (const Problem& problem : FindProblems(whole, "section")) {
         if (problem.line != 0) {
-            text += (text.empty() ? "" : "\nsiptrunkctl: ") + input.name + ": section " +
+            text += (text.empty() ? "" : "\n") + input.name + ": section " +
                     std::to_string(problem.line) + ": " + problem.reason;
         }
     }

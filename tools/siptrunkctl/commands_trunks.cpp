@@ -49,7 +49,7 @@ void RequireFree(Session& session, const std::string& edited, const std::string&
 
 // Returns a trunk that is to be stored again. A value that was read cut would be stored cut.
 Trunk RequireWholeTrunk(Session& session, const std::string& name) {
-    const Trunk trunk = RequireTrunk(session, name);
+    Trunk trunk = RequireTrunk(session, name);
     for (const DatabaseSection& section : RequireDatabase(DatabasePath()).sections) {
         const std::string* stored = section.Find("trunk_name");
         if (stored == nullptr || *stored != name) {

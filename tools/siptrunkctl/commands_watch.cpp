@@ -173,7 +173,7 @@ std::optional<Sections> ReadSections(const std::string& path) {
     try {
         return HasDatabase() ? RequireDatabase(path).sections : Sections();
     } catch (const std::exception& failure) {
-        const std::string text = std::string("siptrunkctl: ") + failure.what() + "\n";
+        const std::string text = "siptrunkctl: " + Printable(failure.what()) + "\n";
         (void)!write(STDERR_FILENO, text.data(), text.size());
         return std::nullopt;
     }

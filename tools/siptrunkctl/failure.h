@@ -14,7 +14,8 @@ enum class ExitCode : int {
     kNotPermitted = 6
 };
 
-/// Ends a command. The text names the object, the cause and, where one is known, the cure.
+/// Ends a command. Each line of the text names the object, the cause and, where one is known, the
+/// cure.
 class Failure : public std::runtime_error {
   public:
     Failure(ExitCode code, const std::string& text) : std::runtime_error(text), m_code(code) {}

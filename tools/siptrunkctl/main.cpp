@@ -1,11 +1,11 @@
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
 #include <exception>
 #include <string>
-#include <system_error>
+#include <string_view>
 
+#include "support/line_scanner.h"
 #include "tools/siptrunkctl/command_line.h"
 #include "tools/siptrunkctl/device.h"
 #include "tools/siptrunkctl/failure.h"
@@ -16,8 +16,11 @@ namespace {
 
 int Report(const Arguments& arguments, const Failure& failure) {
     const bool color = WantsColor(arguments, STDERR_FILENO);
-    (void)std::fprintf(stderr, "%ssiptrunkctl:%s %s\n", color ? "\x1b[1;31m" : "",
-                       color ? "\x1b[0m" : "", failure.what());
+    const std::string_view text = failure.what();
+    for (LineScanner lines(text); lines.Next();) {
+        (void)std::fprintf(stderr, "%ssiptrunkctl:%s %s\n", color ? "\x1b[1;31m" : "",
+                           color ? "\x1b[0m" : "", Printable(lines.Line()).c_str());
+    }
     return static_cast<int>(failure.Code());
 }
 
@@ -44,6 +47,6 @@ int main(int count, char** words) {
     } catch (const Failure& failure) {
         return Report(arguments, failure);
     } catch (const std::exception& failure) {
-        return Report(arguments, FailureOf(Printable(failure.what())));
+        return Report(arguments, FailureOf(failure.what()));
     }
 }
