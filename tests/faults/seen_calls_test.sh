@@ -1,0 +1,29 @@
+#!/bin/sh
+# Checks that the fault tests see every call of the library to the operating system: each function
+# that it takes from libc is either replaced in this folder or known to touch no file, no lock and no
+# log. Arguments: nm, and the library's object files.
+set -eu
+
+nm=$1
+shift
+replacements=$(dirname "$0")
+
+# Memory, text, time and threads; the failures of memory are a test of their own.
+harmless='free|mem(chr|cmp|cpy|move|set)|str(cmp|ftime|len|tol)|v?snprintf|__v?snprintf_chk
+|is(alnum|digit|lower|upper)|__ctype_b_loc|getenv|getpid|gettid|abort|(__)?clock_gettime(64)?
+|localtime_r|tzset|pthread_(mutex_lock|mutex_unlock|setcancelstate)|__(mem|str).*_chk'
+# What compilers and sanitizers add.
+compiler='_GLOBAL_OFFSET_TABLE_|_Unwind_.*|__(cxa|gxx|errno|stack_chk|aeabi|asan|tsan|ubsan|sanitizer
+|sancov|gcov|llvm|dso_handle|tls_get_addr|start___sancov|stop___sancov).*|_Z.*'
+known=$(printf '%s|%s' "$harmless" "$compiler" | tr -d '\n')
+
+unseen=0
+for name in $("$nm" -u "$@" | awk '$1 == "U" { print $2 }' | sort -u); do
+    if printf '%s\n' "$name" | grep -Eqx "$known" ||
+        grep -q "^REPLACEMENT($name," "$replacements"/*.cpp; then
+        continue
+    fi
+    echo "$name: not seen by the fault tests; replace it in $replacements" >&2
+    unseen=1
+done
+exit $unseen
