@@ -1,0 +1,53 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "include/raiklaik.h"
+#include "src/foundation/key_table.h"
+
+// The trunks of a generated database, the same for everything that is measured.
+
+using Record = CSIPTrunkBase::STParamsRecord;
+using Entries = std::vector<std::pair<std::string, std::string>>;
+
+/// The name of the trunk number `index`, from 0.
+std::string TrunkName(int index);
+
+/// The trunk that the jobs look for and store: one to a master, in the middle of the database.
+int MiddleTrunk(int trunks);
+
+/// The keys and values of a trunk, in file order; trunks of even number are to a master.
+Entries TrunkEntries(int index);
+
+/// The keys and values that storing a trunk to a master sets.
+Entries StoredEntries(const Record& record);
+
+/// Fills what finding a trunk to a master gives. get(key) returns the key's text.
+template <typename Get>
+Record FoundRecord(const Get& get) {
+    Record record;
+    record.trunk_name = get(key::kTrunkName);
+    record.trunk_type = get(key::kTrunkType);
+    record.user_name = get(key::kUserName);
+    record.password = get(key::kPassword);
+    record.remote_ip = get(key::kMasterIp);
+    record.remote_port = get(key::kMasterPort);
+    record.registration_status = std::string_view(get(key::kRegistrationStatus)) == "1";
+    record.registration_date = get(key::kRegistrationDate);
+    record.registration_time = get(key::kRegistrationTime);
+    return record;
+}
+
+/// Fills what a list of the trunks to a master gives of each.
+template <typename Get>
+void FillListedRecord(Record& record, const Get& get) {
+    record.trunk_name = get(key::kTrunkName);
+    record.user_name = get(key::kUserName);
+    record.remote_ip = get(key::kMasterIp);
+    record.remote_port = get(key::kMasterPort);
+    record.registration_date = get(key::kRegistrationDate);
+    record.registration_time = get(key::kRegistrationTime);
+}
