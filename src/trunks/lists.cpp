@@ -4,6 +4,19 @@
 #include "src/foundation/key_table.h"
 #include "src/foundation/trunk_database.h"
 
+namespace {
+
+// Reads a value into a field; false, with the field as it was, when the key is absent.
+bool ReadInto(std::string& field, TrunkDatabase& sections, const char* key) {
+    if (!sections.Read(key)) {
+        return false;
+    }
+    field = sections.Text();
+    return true;
+}
+
+}  // namespace
+
 bool CSIPTrunkConfig::GetSIPTrunkParams(std::list<CSIPTrunkBase::STParamsRecord>& trunks,
                                         std::string trunkType, bool /*flag*/) {
     return RunLocked<SmartBuffer>(*m_semaphore, m_logger, false, [&](ValueBuffer buffer) {
@@ -37,11 +50,8 @@ bool CSIPTrunkConfig::GetAllSIPTrunkParams(std::list<CSIPTrunkBase::STParamsReco
         TrunkDatabase sections(OpenMode::kReadOnly, buffer);
         while (sections.NextSection()) {
             CSIPTrunkBase::STParamsRecord record;
-            if (!sections.Read(key::kTrunkName)) {
-                continue;
-            }
-            record.trunk_name = sections.Text();
-            if (!sections.Read(key::kTrunkType)) {
+            if (!ReadInto(record.trunk_name, sections, key::kTrunkName) ||
+                !sections.Read(key::kTrunkType)) {
                 continue;
             }
             if (sections.Text() == std::string_view(type::kToMaster)) {
@@ -51,10 +61,9 @@ bool CSIPTrunkConfig::GetAllSIPTrunkParams(std::list<CSIPTrunkBase::STParamsReco
                 record.remote_ip = sections.Get(key::kMasterIp);
                 record.remote_port = sections.Get(key::kMasterPort);
             } else {
-                if (!sections.Read(key::kSlaveIp)) {
+                if (!ReadInto(record.remote_ip, sections, key::kSlaveIp)) {
                     continue;
                 }
-                record.remote_ip = sections.Text();
                 record.remote_port = sections.Get(key::kSlavePort);
                 record.sym_nat = flag::BeginsWithOne(sections.Get(key::kSymNat));
             }

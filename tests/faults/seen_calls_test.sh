@@ -9,7 +9,7 @@ shift
 replacements=$(dirname "$0")
 
 # Memory, text, time and threads; the failures of memory are a test of their own.
-harmless='free|mem(chr|cmp|cpy|move|set)|str(cmp|ftime|len|tol)|v?snprintf|__v?snprintf_chk
+harmless='free|bcmp|mem(chr|cmp|cpy|move|set)|str(cmp|ftime|len|tol)|v?snprintf|__v?snprintf_chk
 |is(alnum|digit|lower|upper)|__ctype_b_loc|getenv|getpid|gettid|abort|(__)?clock_gettime(64)?
 |localtime_r|tzset|pthread_(mutex_lock|mutex_unlock|setcancelstate)|__(mem|str).*_chk'
 # What compilers and sanitizers add.
