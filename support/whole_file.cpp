@@ -28,11 +28,11 @@ int OpenForReading(const char* path, bool createIfMissing) {
 
 }  // namespace
 
-void CheckRegular(const char* path, const struct stat& file) {
-    if (S_ISDIR(file.st_mode)) {
+void CheckRegular(const char* path, const struct stat& status) {
+    if (S_ISDIR(status.st_mode)) {
         ThrowSystemFailure(EISDIR, path, "open");
     }
-    if (!S_ISREG(file.st_mode)) {
+    if (!S_ISREG(status.st_mode)) {
         ThrowSystemFailure(EINVAL, path, "open (a FIFO or device, not a regular file)");
     }
 }
