@@ -263,6 +263,18 @@ TEST_F(Failures, TheLogHasTheLibrarysLines) {
                   Folder() + "/none/log: open log: No such file or directory");
 }
 
+TEST_F(Failures, TheLogHasEachLineOnce) {
+    WriteDatabase(kTwoTrunks);
+    const std::string log = Folder() + "/log";
+    Do({"agents", "set", "slave=on", "--log", log});  // reads, then writes
+    const std::string first = "INFO:SIP Trunk: Get agent states from siptrunkdb...\n";
+    const std::string second = "INFO:SIP Trunk: Set agent states to siptrunkdb...\n";
+    const std::string text = ReadFile(log);
+    ASSERT_EQ(text.size(), 2 * 14 + first.size() + second.size()) << text;
+    EXPECT_EQ(text.substr(14, first.size()), first);
+    EXPECT_EQ(text.substr(28 + first.size()), second);
+}
+
 TEST_F(Failures, TheDirectoryComesFromTheOptionOrTheEnvironment) {
     WriteDatabase(kTwoTrunks);
     ASSERT_EQ(setenv("QORV_PATH", (Folder() + "/").c_str(), 1), 0);
@@ -273,6 +285,7 @@ TEST_F(Failures, TheDirectoryComesFromTheOptionOrTheEnvironment) {
         "siptrunkctl: /nowhere/telephony/siptrunkdb: open: No such file or directory; make its "
         "folder (mkdir -p /nowhere/telephony), or name another directory with -C\n");
     EXPECT_EQ(RunBare({"list", "--names", "-C", Folder() + "/"}).out, "office\nbranch\n");
+    EXPECT_EQ(RunBare({"validate", "-C", Folder() + "/"}).out, DatabasePath() + ": no problems\n");
     EXPECT_EQ(RunBare({"list", "--names", "--config-dir=" + Folder()}).out, "office\nbranch\n");
 }
 

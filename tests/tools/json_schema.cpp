@@ -23,6 +23,28 @@ bool IsOfOneType(const Json& value, const Json& types) {
                        [&](const Json& type) { return IsOfType(value, type); });
 }
 
+// The keywords that look at the value alone.
+bool Obeys(const std::string& keyword, const Json& rule, const Json& value) {
+    if (keyword == "type") {
+        return IsOfOneType(value, rule);
+    }
+    if (keyword == "const") {
+        return value == rule;
+    }
+    if (keyword == "enum") {
+        return std::find(rule.begin(), rule.end(), value) != rule.end();
+    }
+    if (keyword == "pattern") {
+        return std::regex_search(value.get<std::string>(), std::regex(rule.get<std::string>()));
+    }
+    if (keyword == "required") {
+        return !value.is_object() || std::all_of(rule.begin(), rule.end(), [&](const Json& key) {
+            return value.contains(key);
+        });
+    }
+    throw std::logic_error("unknown keyword " + keyword);
+}
+
 }  // namespace
 
 JsonSchema::JsonSchema(Json document) : m_document(std::move(document)) {}
@@ -30,7 +52,12 @@ JsonSchema::JsonSchema(Json document) : m_document(std::move(document)) {}
 bool JsonSchema::Has(const std::string& name) const { return m_document["$defs"].contains(name); }
 
 std::string JsonSchema::Fault(const std::string& name, const Json& value) const {
-    return FaultAt(m_document["$defs"].at(name), value, name);
+    return Fault(name, value, name);
+}
+
+std::string JsonSchema::Fault(const std::string& name, const Json& value,
+                              const std::string& at) const {
+    return FaultAt(m_document["$defs"].at(name), value, at);
 }
 
 std::string JsonSchema::FaultAt(const Json& schema, const Json& value,
@@ -53,35 +80,10 @@ std::string JsonSchema::KeywordFault(const std::string& keyword, const Json& sch
         return "";
     }
     if (keyword == "$ref") {
-        return FaultAt(m_document["$defs"].at(rule.get<std::string>().substr(kDefinitions.size())),
-                       value, at);
-    }
-    if (keyword == "type") {
-        return IsOfOneType(value, rule) ? "" : at + ": not " + rule.dump() + ": " + value.dump();
-    }
-    if (keyword == "const") {
-        return value == rule ? "" : at + ": not " + rule.dump() + ": " + value.dump();
-    }
-    if (keyword == "enum") {
-        return std::find(rule.begin(), rule.end(), value) != rule.end()
-                   ? ""
-                   : at + ": not one of " + rule.dump() + ": " + value.dump();
-    }
-    if (keyword == "pattern") {
-        return std::regex_search(value.get<std::string>(), std::regex(rule.get<std::string>()))
-                   ? ""
-                   : at + ": not like " + rule.dump() + ": " + value.dump();
+        return Fault(rule.get<std::string>().substr(kDefinitions.size()), value, at);
     }
     if (keyword == "anyOf") {
-        std::string faults;
-        for (const Json& choice : rule) {
-            const std::string fault = FaultAt(choice, value, at);
-            if (fault.empty()) {
-                return "";
-            }
-            faults += fault + "; ";
-        }
-        return faults;
+        return ChoiceFault(rule, value, at);
     }
     if (keyword == "items") {
         std::string fault;
@@ -90,18 +92,25 @@ std::string JsonSchema::KeywordFault(const std::string& keyword, const Json& sch
         }
         return fault;
     }
-    if (keyword == "required") {
-        for (const Json& key : rule) {
-            if (value.is_object() && !value.contains(key)) {
-                return at + ": no " + key.dump();
-            }
-        }
-        return "";
-    }
     if (kOfMembers.count(keyword) != 0) {
         return MembersFault(schema, value, at);
     }
-    throw std::logic_error("unknown keyword " + keyword);
+    return Obeys(keyword, rule, value)
+               ? ""
+               : at + ": " + keyword + " " + rule.dump() + ": " + value.dump();
+}
+
+std::string JsonSchema::ChoiceFault(const Json& choices, const Json& value,
+                                    const std::string& at) const {
+    std::string faults;
+    for (const Json& choice : choices) {
+        const std::string fault = FaultAt(choice, value, at);
+        if (fault.empty()) {
+            return "";
+        }
+        faults += fault + "; ";
+    }
+    return faults;
 }
 
 std::string JsonSchema::MembersFault(const Json& schema, const Json& value,

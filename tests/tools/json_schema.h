@@ -16,9 +16,11 @@ class JsonSchema {
   private:
     using Json = nlohmann::json;
 
+    std::string Fault(const std::string& name, const Json& value, const std::string& at) const;
     std::string FaultAt(const Json& schema, const Json& value, const std::string& at) const;
     std::string KeywordFault(const std::string& keyword, const Json& schema, const Json& value,
                              const std::string& at) const;
+    std::string ChoiceFault(const Json& choices, const Json& value, const std::string& at) const;
     std::string MembersFault(const Json& schema, const Json& value, const std::string& at) const;
     std::string MemberFault(const Json& schema, const std::string& key, const Json& value,
                             const std::string& at) const;

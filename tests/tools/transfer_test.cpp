@@ -129,6 +129,21 @@ TEST_F(Transfer, AHiddenPasswordStaysTheStoredOne) {
     EXPECT_TRUE(EntriesOf(Folder() + "/telephony").empty());
 }
 
+TEST_F(Transfer, AKeyThatOnlyLooksLikeBase64IsAKey) {
+    Json section = SlaveSection("a", "1");
+    section["note_base64"] = "x";
+    Do({"import", "-"}, Document({SwitchSection(), section}));
+    const Json exported = Json::parse(Run({"export"}).out);
+    EXPECT_EQ(exported["sections"][1]["note_base64"], "x");
+}
+
+TEST_F(Transfer, WhatWasStoredBeforeIsNotToBlame) {
+    const std::string old = "section {\ntrunk_name=odd\ntrunk_type=7\n}\n";
+    WriteDatabase(old);
+    Do({"import", "-"}, Document({SlaveSection("a", "1")}));
+    EXPECT_EQ(DatabaseText(), old + SlaveText("a", "1"));
+}
+
 TEST_F(Transfer, ATakenNameOrUserIsRefused) {
     WriteDatabase(kTwoTrunks);
     ExpectFailure(
@@ -185,7 +200,11 @@ TEST_F(Transfer, WhatIsNotSuchJsonIsRefusedWithoutQuotingIt) {
          ": section 1: key \"#a\": it would be read as a comment"},
         {"{\"sections\": [{\"a=b\": \"c\"}]}",
          ": section 1: key \"a=b\": it holds a separator or a line feed"},
-        {"{\"sections\": [{\"a\": \"c\", \"a_base64\": \"?\"}]}",
+        {"{\"sections\": [{\"a\": \"c\", \"a_base64\": \"????\"}]}",
+         ": section 1: key \"a_base64\": its value is not base64"},
+        {"{\"sections\": [{\"a\": \"c\", \"a_base64\": \"YWI\"}]}",
+         ": section 1: key \"a_base64\": its value is not base64"},
+        {"{\"sections\": [{\"a\": \"c\", \"a_base64\": \"Y===\"}]}",
          ": section 1: key \"a_base64\": its value is not base64"},
     };
     for (const BadInput& input : inputs) {

@@ -115,6 +115,15 @@ TEST_F(Watch, ADatabaseMayAppearBreakAndBeMended) {
     ExpectNext("deleted trunk \"b\"\n");
 }
 
+TEST_F(Watch, OfTrunksWithOneNameTheFirstCounts) {
+    const std::string twice =
+        "section {\ntrunk_name=a\nuser_name=1\n}\nsection {\ntrunk_name=a\nuser_name=2\n}\n";
+    WriteDatabase(twice);
+    StartWatch({});
+    WriteDatabase(twice + "section {\ntrunk_name=b\n}\n");
+    ExpectNext("added trunk \"b\"\n");
+}
+
 TEST_F(Watch, TheEndOfTheFolderIsAFailure) {
     StartWatch({});
     ASSERT_EQ(rmdir((Folder() + "/telephony").c_str()), 0);

@@ -79,8 +79,6 @@ class Check {
                 CheckEntry(section, j);
             }
         }
-        std::stable_sort(m_problems.begin(), m_problems.end(),
-                         [](const Problem& a, const Problem& b) { return a.line < b.line; });
         return std::move(m_problems);
     }
 
