@@ -270,6 +270,18 @@ TEST_F(DurableFileTest, LinksInACircleFailTheSave) {
     EXPECT_EQ(FailureToReplace(), m_path + ": resolve: " + ErrorText(ELOOP));
 }
 
+TEST_F(DurableFileTest, AsManyLinksAreFollowedAsTheKernelFollows) {
+    WriteFile(m_folder.File("0"), "old");
+    for (int link = 1; link <= 41; ++link) {
+        std::filesystem::create_symlink(std::to_string(link - 1),
+                                        m_folder.File(std::to_string(link)));
+    }
+    ReplaceFile(m_folder.File("40").c_str(), {"new"});
+    EXPECT_EQ(ReadFile(m_folder.File("40")), "new");
+    EXPECT_THROW(ReplaceFile(m_folder.File("41").c_str(), {"newer"}), std::system_error);
+    EXPECT_THROW(ReadFile(m_folder.File("41")), std::exception);
+}
+
 TEST_F(DurableFileTest, ARelativePathIsReplacedInTheWorkingFolder) {
     const std::filesystem::path before = std::filesystem::current_path();
     WriteFile(m_path, "old");
