@@ -88,6 +88,7 @@ class KilledWriters : private OwnLock, public DeviceFixture {
     }
 
     void Kill(std::size_t writer) {
+        ASSERT_GT(m_processes.at(writer), 0);  // -1 would be every process there is
         ASSERT_EQ(kill(m_processes.at(writer), SIGKILL), 0);
         int status = 0;
         ASSERT_EQ(waitpid(m_processes.at(writer), &status, 0), m_processes.at(writer));
@@ -229,6 +230,7 @@ TEST_F(KilledHolder, LeavesTheLockFree) {
     Clock::duration longest{};
     for (unsigned round = 0; round < kHolders; ++round) {
         const pid_t holder = StartHolder();
+        ASSERT_GT(holder, 0);
         ASSERT_EQ(kill(holder, SIGKILL), 0);
         ASSERT_EQ(waitpid(holder, nullptr, 0), holder);
         const Clock::time_point begin = Clock::now();

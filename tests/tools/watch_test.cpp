@@ -1,6 +1,7 @@
 #include <csignal>
 #include <nlohmann/json.hpp>
 #include <sstream>
+#include <stdexcept>
 
 #include "tests/fixture/child_process.h"
 #include "tests/tools/json_schema.h"
@@ -39,6 +40,9 @@ class Watch : public ToolTest {
     std::string Errors() const { return ReadFile(m_out.File("err")); }
     pid_t Process() const { return m_process; }
     int End(int signal) {
+        if (m_process == -1) {
+            throw std::logic_error("watch does not run");  // -1 would be every process there is
+        }
         (void)kill(m_process, signal);
         const int code = WaitForEnd(m_process);
         m_process = -1;
