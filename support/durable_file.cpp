@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstdint>
+#include <cstdio>
 #include <ctime>
 #include <string>
 
@@ -101,10 +102,14 @@ class Target {
     }
 
   private:
-    int OpenFolder() const {
-        const std::string folder = m_nameBegin == 0 ? "." : m_file.substr(0, m_nameBegin);
+    int OpenFolder() {
+        const char* folder = m_nameBegin == 0 ? "." : "/";
+        if (m_nameBegin > 1) {
+            folder = m_file.c_str();
+            m_file[m_nameBegin - 1] = '\0';  // two texts in one from now on: folder and name
+        }
         const int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
-        const int opened = RetryInterrupted([&] { return open(folder.c_str(), flags); });
+        const int opened = RetryInterrupted([&] { return open(folder, flags); });
         if (opened == -1) {
             Fail("open folder");
         }
@@ -112,7 +117,7 @@ class Target {
     }
 
     const char* m_path;  // as the caller gave it, for messages
-    std::string m_file;  // with the links at its end followed
+    std::string m_file;  // with the links at its end followed; the name behind the folder
     std::size_t m_nameBegin;
     FileDescriptor m_folder;
 };
@@ -123,7 +128,7 @@ class TemporaryFile {
     explicit TemporaryFile(const Target& target) : m_target(target), m_file(Create()) {}
     ~TemporaryFile() {
         if (!m_renamed) {
-            (void)unlinkat(m_target.Folder(), m_name.c_str(), 0);  // the next save sweeps it
+            (void)unlinkat(m_target.Folder(), m_name, 0);  // the next save sweeps it
         }
     }
     TemporaryFile(const TemporaryFile&) = delete;
@@ -140,7 +145,7 @@ class TemporaryFile {
         }
     }
 
-    void Write(const std::vector<std::string_view>& pieces) {
+    void Write(const TextPieces& pieces) {
         std::array<struct iovec, 64> parts{};
         std::size_t used = 0;
         for (const std::string_view piece : pieces) {
@@ -169,8 +174,8 @@ class TemporaryFile {
 
     void RenameToTarget() {
         const int folder = m_target.Folder();
-        if (RetryInterrupted(
-                [&] { return renameat(folder, m_name.c_str(), folder, m_target.Name()); }) == -1) {
+        if (RetryInterrupted([&] { return renameat(folder, m_name, folder, m_target.Name()); }) ==
+            -1) {
             const bool isMountPoint = errno == EBUSY || errno == EXDEV;
             m_target.Fail(isMountPoint ? "rename (the file is a mount point: mount its folder)"
                                        : "rename");
@@ -186,9 +191,13 @@ class TemporaryFile {
             static_cast<std::uint64_t>(now.tv_nsec) ^ (static_cast<std::uint64_t>(getpid()) << 32U);
         const int flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
         for (int attempt = 0; attempt < 100; ++attempt) {
-            m_name.assign(".").append(m_target.Name()).append(".").append(NextSuffix(seed));
+            if (std::snprintf(m_name, sizeof(m_name), ".%s.%s", m_target.Name(),
+                              NextSuffix(seed).c_str()) >= static_cast<int>(sizeof(m_name))) {
+                errno = ENAMETOOLONG;
+                break;
+            }
             const int file = RetryInterrupted(
-                [&] { return openat(m_target.Folder(), m_name.c_str(), flags, kOwnerOnly); });
+                [&] { return openat(m_target.Folder(), m_name, flags, kOwnerOnly); });
             if (file != -1) {
                 return file;
             }
@@ -218,7 +227,7 @@ class TemporaryFile {
     }
 
     const Target& m_target;
-    std::string m_name;
+    char m_name[NAME_MAX + 1] = "";
     FileDescriptor m_file;
     bool m_renamed = false;
 };
@@ -250,7 +259,7 @@ void SweepLeftovers(const Target& target) {
 
 }  // namespace
 
-void ReplaceFile(const char* path, const std::vector<std::string_view>& pieces) {
+void ReplaceFile(const char* path, const TextPieces& pieces) {
     const Target target(path);
     const struct stat old = target.Status();
     TemporaryFile temporary(target);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory_resource>
 #include <string_view>
 #include <vector>
 
@@ -11,7 +12,10 @@
 // 3. The temporary file is readable by its owner alone until it has the old file's owner and mode.
 // 4. Every failure before the rename removes the temporary file.
 
-/// Replaces the text of a regular file by `pieces`, one behind the other, durably:
+/// A text in pieces, one behind the other.
+using TextPieces = std::pmr::vector<std::string_view>;
+
+/// Replaces the text of a regular file by `pieces`, durably:
 ///
 ///     /dir/NAME (old)                      before
 ///     /dir/NAME (old), /dir/.NAME.~XXXXX   while writing, syncing
@@ -26,4 +30,4 @@
 /// Throws std::system_error with the text "path: step: reason". The file is then the old one,
 /// except when the text says that the new file is in place: the sync of the folder came after the
 /// rename.
-void ReplaceFile(const char* path, const std::vector<std::string_view>& pieces);
+void ReplaceFile(const char* path, const TextPieces& pieces);

@@ -1,17 +1,7 @@
 #include "support/entry.h"
 
-#include <algorithm>
 #include <stdexcept>
 #include <string>
-
-void CopyValue(std::string_view value, char* buffer, unsigned int size) {
-    if (size == 0) {
-        return;
-    }
-    const std::size_t length = std::min<std::size_t>(value.size(), size - 1);
-    value.copy(buffer, length);
-    buffer[length] = '\0';
-}
 
 const char* KeyFault(std::string_view key, char separator, char commentMark) {
     if (key.empty()) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <string_view>
 
@@ -26,8 +27,16 @@ inline std::string_view WithoutTrailingBlanks(std::string_view text) {
 }
 
 /// Copies `value` into `buffer`, cut to `size` - 1 bytes, with a NUL behind it. A `size` of 0
-/// copies nothing.
-void CopyValue(std::string_view value, char* buffer, unsigned int size);
+/// copies nothing. Returns the length of the copy.
+inline unsigned int CopyValue(std::string_view value, char* buffer, unsigned int size) {
+    if (size == 0) {
+        return 0;
+    }
+    const auto length = static_cast<unsigned int>(std::min<std::size_t>(value.size(), size - 1));
+    value.copy(buffer, length);
+    buffer[length] = '\0';
+    return length;
+}
 
 /// Tells why no file can give back an entry with this key, null when one can: it is empty, holds a
 /// line feed or the separator, begins with the comment mark or has a blank at an end.

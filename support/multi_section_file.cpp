@@ -2,7 +2,6 @@
 
 #include <stdexcept>
 
-#include "support/durable_file.h"
 #include "support/entry.h"
 #include "support/line_scanner.h"
 #include "support/plain_entries.h"
@@ -81,7 +80,9 @@ std::string_view MultiSectionFile::SectionText() const {
 
 std::string& MultiSectionFile::ChangeableSection() {
     if (!m_sectionChanged) {
-        m_section = SectionText();
+        const std::string_view section = SectionText();
+        m_section.reserve(2 * section.size());  // values and entries that are added find room
+        m_section = section;
         m_sectionChanged = true;
     }
     return m_section;
@@ -122,10 +123,11 @@ std::string_view MultiSectionFile::FindValue(std::string_view key) const {
                : std::string_view();
 }
 
-bool MultiSectionFile::GetSectionEntry(const char* key, char* buffer, unsigned int size) const {
+unsigned int MultiSectionFile::ReadEntry(std::string_view key, char* buffer,
+                                         unsigned int size) const {
     const std::string_view value = FindValue(key);
-    CopyValue(value, buffer, size);
-    return value.data() != nullptr;
+    const unsigned int length = CopyValue(value, buffer, size);
+    return value.data() == nullptr ? 0 : length + 1;
 }
 
 bool MultiSectionFile::SetSectionEntry(const char* key, const char* value) {
@@ -164,9 +166,9 @@ void MultiSectionFile::AddSectionEntry(const char* key, const char* value) {
 
 void MultiSectionFile::InsertEntry(const char* key, const char* value) {
     std::string& section = ChangeableSection();
-    std::string line(key);
-    line.append(1, m_grammar.Separator()).append(value).append(1, '\n');
-    section.insert(CloserOf(section), line);
+    const std::size_t place = CloserOf(section);
+    section.insert(place, "\n").insert(place, value);
+    section.insert(place, 1, m_grammar.Separator()).insert(place, key);
 }
 
 void MultiSectionFile::DeleteSection() {
@@ -218,7 +220,7 @@ void MultiSectionFile::FoldChanges() {
     if (m_changes.empty()) {
         return;
     }
-    const std::vector<std::string_view> pieces = Pieces();
+    const TextPieces pieces = Pieces(std::pmr::get_default_resource());
     std::size_t size = 0;
     for (const std::string_view piece : pieces) {
         size += piece.size();
@@ -235,9 +237,9 @@ void MultiSectionFile::FoldChanges() {
 }
 
 // The file's text as it stands: the unchanged stretches and, between them, the changes.
-std::vector<std::string_view> MultiSectionFile::Pieces() const {
+TextPieces MultiSectionFile::Pieces(std::pmr::memory_resource* memory) const {
     const std::string_view text = m_text.View();
-    std::vector<std::string_view> pieces;
+    TextPieces pieces(memory);
     pieces.reserve(2 * m_changes.size() + 3);
     std::size_t written = 0;
     for (const Change& change : m_changes) {
@@ -258,7 +260,9 @@ void MultiSectionFile::Save(bool, const char*) const {
     if (m_readOnly) {
         throw std::logic_error(m_path + ": save of a file opened read-only");
     }
-    ReplaceFile(m_path.c_str(), Pieces());
+    std::byte room[16 * sizeof(std::string_view)];  // for as many pieces as most operations make
+    std::pmr::monotonic_buffer_resource memory(room, sizeof(room));
+    ReplaceFile(m_path.c_str(), Pieces(&memory));
 }
 
 }  // namespace Configuration

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "support/durable_file.h"
 #include "support/section_grammar.h"
 #include "support/whole_file.h"
 
@@ -57,8 +58,10 @@ class MultiSectionFile {
     /// buffer  receives at most `size` - 1 bytes of the value and a NUL; the empty text when
     ///         the key is absent
     /// size    the buffer's size in bytes
-    /// Returns whether the key is there.
-    bool GetSectionEntry(const char* key, char* buffer, unsigned int size) const;
+    /// Returns 0 when the key is absent, otherwise the length of the text in the buffer and its NUL.
+    unsigned int GetSectionEntry(const char* key, char* buffer, unsigned int size) const {
+        return ReadEntry(key, buffer, size);  // here the compiler knows the length of a literal
+    }
     /// Sets an entry of the current section: the first with this key, or a new one behind the last.
     /// Returns true. Throws std::invalid_argument, before anything changes, when the file could not
     /// give the entry back (CheckStorable in support/entry.h).
@@ -102,12 +105,13 @@ class MultiSectionFile {
     std::string& ChangeableSection();
     bool FindEntry(std::string_view key, std::size_t position, EntryPlace& place) const;
     std::string_view FindValue(std::string_view key) const;
+    unsigned int ReadEntry(std::string_view key, char* buffer, unsigned int size) const;
     void InsertEntry(const char* key, const char* value);
     void CheckCurrent() const;
     void CheckChangeable() const;
     void LeaveSection();
     void FoldChanges();
-    std::vector<std::string_view> Pieces() const;
+    TextPieces Pieces(std::pmr::memory_resource* memory) const;
 
     std::string m_path;
     bool m_readOnly;

@@ -7,6 +7,7 @@
 #include "support/entry.h"
 #include "support/line_scanner.h"
 #include "support/plain_entries.h"
+#include "support/short_text.h"
 
 namespace Configuration {
 
@@ -29,7 +30,8 @@ SectionGrammar::SectionGrammar(const char* keyword, const char* opener, const ch
       m_closer(*closer),
       m_separator(*separator),
       m_commentMark(*commentMark),
-      m_openerLine(m_keyword + " " + m_opener + "\n") {}
+      m_openerLine(m_keyword + " " + m_opener + "\n"),
+      m_seam(std::string("\n") + m_closer + "\n" + m_openerLine) {}
 
 std::string SectionGrammar::EmptySection() const { return m_openerLine + m_closer + "\n"; }
 
@@ -75,7 +77,7 @@ SectionGrammar::LineKind SectionGrammar::KindAt(std::string_view text, std::size
         end = position + 2;
         return LineKind::kCloser;
     }
-    if (rest.substr(0, m_openerLine.size()) == m_openerLine) {
+    if (IsSameText(rest.substr(0, m_openerLine.size()), m_openerLine)) {
         end = position + m_openerLine.size();
         return LineKind::kOpener;
     }
@@ -106,15 +108,28 @@ const char* SectionGrammar::FaultOf(LineKind kind, bool inSection) {
     return inSection ? "entry without \"=\"" : "text outside a section";
 }
 
+std::size_t SectionGrammar::LastOpener(std::string_view text) const {
+    std::size_t opener = 0;
+    std::size_t end = 0;
+    for (std::size_t line = 0; line < text.size(); line = end) {
+        if (KindAt(text, line, end) == LineKind::kOpener) {
+            opener = line;
+        }
+    }
+    return opener;
+}
+
 bool SectionGrammar::Check(const std::string& path, std::string_view text,
                            SectionEnds& ends) const {
     bool entriesArePlain = true;
     bool inSection = false;
-    std::size_t opener = 0;
+    bool holdsNul = false;  // then there is a fault to find, and no hurry
     std::size_t end = 0;
     for (std::size_t line = 0;; line = end) {
-        if (inSection) {
-            line = SkipPlainEntries(text, line, m_separator);
+        if (inSection && !holdsNul) {
+            const std::size_t unusual = SkipPlainLines(text, line, m_separator, m_seam, ends);
+            holdsNul = unusual == std::string_view::npos;
+            line = holdsNul ? line : unusual;
         }
         if (line == text.size()) {
             break;
@@ -123,12 +138,9 @@ bool SectionGrammar::Check(const std::string& path, std::string_view text,
         const char* fault = FaultOf(kind, inSection);
         if (kind == LineKind::kOpener) {
             inSection = true;
-            opener = line;
         } else if (kind == LineKind::kCloser) {
             inSection = false;
-            if (ends.count < std::size(ends.offsets) && end <= UINT32_MAX) {
-                ends.offsets[ends.count++] = static_cast<std::uint32_t>(end);
-            }
+            ends.Add(end);
         } else if (text.substr(line, end - line).find('\0') != std::string_view::npos) {
             fault = "NUL byte";
         }
@@ -138,7 +150,7 @@ bool SectionGrammar::Check(const std::string& path, std::string_view text,
         entriesArePlain = entriesArePlain && kind != LineKind::kEntry;
     }
     if (inSection) {
-        ThrowMalformed(path, text, opener, "section is not closed");
+        ThrowMalformed(path, text, LastOpener(text), "section is not closed");
     }
     return entriesArePlain;
 }

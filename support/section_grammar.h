@@ -1,18 +1,12 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <string>
 #include <string_view>
 
-namespace Configuration {
+#include "support/section_ends.h"
 
-/// Where the first sections of a text end, so that a walk over it need not search for them again. As
-/// many as a device has trunks, and no more memory than that; the ends behind them are searched for.
-struct SectionEnds {
-    std::size_t count = 0;
-    std::uint32_t offsets[1024];
-};
+namespace Configuration {
 
 /// The grammar of a sectioned file: what each line is, and where which kind of line may stand.
 /// An object never changes after it is made, so any thread may use it.
@@ -60,6 +54,7 @@ class SectionGrammar {
   private:
     LineKind KindOf(std::string_view line) const;
     bool IsOpener(std::string_view trimmedLine) const;
+    std::size_t LastOpener(std::string_view text) const;
 
     std::string m_keyword;
     char m_opener;
@@ -67,6 +62,7 @@ class SectionGrammar {
     char m_separator;
     char m_commentMark;
     std::string m_openerLine;  // as it is written
+    std::string m_seam;        // as it is written between the entries of two sections
 };
 
 }  // namespace Configuration

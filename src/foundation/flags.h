@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cstdlib>
-#include <cstring>
+#include <string_view>
 
 // Flags are stored as "1" and "0". Each operation reads them in one of three ways, which differ on
 // every other text.
@@ -9,13 +9,16 @@
 namespace flag {
 
 /// "1", "10", "1x"; not " 1".
-inline bool BeginsWithOne(const char* text) { return text[0] == '1'; }
+inline bool BeginsWithOne(std::string_view text) { return !text.empty() && text.front() == '1'; }
 
 /// "1" alone.
-inline bool IsExactlyOne(const char* text) { return std::strcmp(text, "1") == 0; }
+inline bool IsExactlyOne(std::string_view text) { return text == "1"; }
 
 /// "1", "2", "-1", " 1", "007", "1x"; also a number too large for strtol, which does not give zero.
-inline bool IsNonZeroNumber(const char* text) { return std::strtol(text, nullptr, 10) != 0; }
+/// A NUL stands behind the text.
+inline bool IsNonZeroNumber(std::string_view text) {
+    return std::strtol(text.data(), nullptr, 10) != 0;
+}
 
 /// The text that stores a flag.
 inline const char* Text(bool value) { return value ? "1" : "0"; }

@@ -10,7 +10,8 @@ std::string BelowBaseDirectory(std::string_view file) {
     const std::string_view base = configured != nullptr ? configured : "/etc/qorv-conf/";
     std::string path;
     path.reserve(base.size() + file.size());
-    return path.append(base).append(file);
+    path.append(base).append(file);
+    return path;
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 #include "src/foundation/trunk_database.h"
 
-#include <cstring>
-
 #include "src/foundation/key_table.h"
 #include "src/foundation/paths.h"
 
@@ -16,7 +14,7 @@ bool TrunkDatabase::NextSection() { return m_file.GotoNextSection(); }
 
 bool TrunkDatabase::FindByName(const std::string& trunkName) {
     while (NextSection()) {
-        if (Read(key::kTrunkName) && trunkName == Text()) {
+        if (Is(key::kTrunkName, trunkName)) {
             return true;
         }
     }
@@ -25,27 +23,11 @@ bool TrunkDatabase::FindByName(const std::string& trunkName) {
 
 bool TrunkDatabase::FindTrunkToMaster(const std::string& trunkName) {
     while (NextSection()) {
-        if (!Is(key::kTrunkType, type::kToMaster)) {
-            continue;
-        }
-        if (Read(key::kTrunkName) && trunkName == Text()) {
+        if (Is(key::kTrunkType, type::kToMaster) && Is(key::kTrunkName, trunkName)) {
             return true;
         }
     }
     return false;
-}
-
-bool TrunkDatabase::Read(const char* key) {
-    return m_file.GetSectionEntry(key, m_buffer.text, m_buffer.capacity);
-}
-
-const char* TrunkDatabase::Get(const char* key) {
-    (void)Read(key);  // an absent key leaves the empty text
-    return Text();
-}
-
-bool TrunkDatabase::Is(const char* key, const char* text) {
-    return Read(key) && std::strcmp(Text(), text) == 0;
 }
 
 bool TrunkDatabase::Set(const char* key, const char* text) {

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "src/foundation/access_frame.h"
 #include "support/multi_section_file.h"
+#include "support/short_text.h"
 
 /// How an operation opens the database; the only place where the flags of the file are spelled.
 enum class OpenMode {
@@ -30,13 +32,22 @@ class TrunkDatabase {
     bool FindTrunkToMaster(const std::string& trunkName);
 
     /// Reads a value into the buffer; false, and the empty text in it, when the key is absent.
-    bool Read(const char* key);
-    /// What the last read left in the buffer, until the next read.
-    const char* Text() const { return m_buffer.text; }
+    bool Read(const char* key) {
+        const unsigned int filled = m_file.GetSectionEntry(key, m_buffer.text, m_buffer.capacity);
+        m_length = filled == 0 ? 0 : filled - 1;
+        return filled != 0;
+    }
+    /// What the last read left in the buffer, until the next read. A NUL stands behind it.
+    std::string_view Text() const { return {m_buffer.text, m_length}; }
     /// Reads a value whether or not the key is there: Read, then Text.
-    const char* Get(const char* key);
+    std::string_view Get(const char* key) {
+        (void)Read(key);  // an absent key leaves the empty text
+        return Text();
+    }
     /// Reads a value: is the key there with exactly this text?
-    bool Is(const char* key, const char* text);
+    bool Is(const char* key, std::string_view text) {
+        return Read(key) && IsSameText(Text(), text);
+    }
 
     /// Sets the entry with this key, or adds it behind the last. Returns true.
     bool Set(const char* key, const char* text);
@@ -62,4 +73,5 @@ class TrunkDatabase {
   private:
     Configuration::MultiSectionFile m_file;
     ValueBuffer m_buffer;
+    std::size_t m_length = 0;  // of the text in it
 };

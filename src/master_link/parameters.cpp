@@ -34,7 +34,7 @@ bool CSIPTrunkConfig::ChangeTrunkToMasterConfig(const std::string& trunkName) {
         TrunkDatabase trunks(OpenMode::kChange, buffer);
         if (trunks.FindTrunkToMaster(trunkName)) {
             for (const auto& [live, saved] : key::kSavedCopy) {
-                trunks.Set(saved, trunks.Get(live));
+                trunks.Set(saved, trunks.Get(live).data());
             }
         }
         trunks.Save();

@@ -7,7 +7,7 @@
 namespace {
 
 // A registration is in force when its date is there and not empty.
-bool IsActive(TrunkDatabase& trunks) { return trunks.Get(key::kRegistrationDate)[0] != '\0'; }
+bool IsActive(TrunkDatabase& trunks) { return !trunks.Get(key::kRegistrationDate).empty(); }
 
 }  // namespace
 
@@ -16,8 +16,7 @@ bool CSIPTrunkConfig::GetSIPTrunksState(std::list<CSIPTrunkBase::STTrunkState>& 
     return RunLocked<SmartBuffer>(*m_semaphore, m_logger, false, [&](ValueBuffer buffer) {
         TrunkDatabase trunks(OpenMode::kReadOnly, buffer);
         while (trunks.NextSection()) {
-            if (trunkType != type::kEvery &&
-                (!trunks.Read(key::kTrunkType) || trunkType != trunks.Text())) {
+            if (trunkType != type::kEvery && !trunks.Is(key::kTrunkType, trunkType)) {
                 continue;
             }
             CSIPTrunkBase::STTrunkState state;

@@ -18,7 +18,7 @@ bool FindByUserNameOrItsLack(TrunkDatabase& trunks, const std::string& userName)
 
 bool FindByUserName(TrunkDatabase& trunks, const std::string& userName) {
     while (trunks.NextSection()) {
-        if (trunks.Read(key::kUserName) && userName == trunks.Text()) {
+        if (trunks.Is(key::kUserName, userName)) {
             return true;
         }
     }

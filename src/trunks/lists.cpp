@@ -21,8 +21,9 @@ bool CSIPTrunkConfig::GetSIPTrunkParams(std::list<CSIPTrunkBase::STParamsRecord>
                                         std::string trunkType, bool /*flag*/) {
     return RunLocked<SmartBuffer>(*m_semaphore, m_logger, false, [&](ValueBuffer buffer) {
         TrunkDatabase sections(OpenMode::kReadOnly, buffer);
+        const bool areToMaster = trunkType == type::kToMaster;
         while (sections.NextSection()) {
-            if (!sections.Read(key::kTrunkType) || trunkType != sections.Text()) {
+            if (!sections.Is(key::kTrunkType, trunkType)) {
                 continue;
             }
             std::list<CSIPTrunkBase::STParamsRecord> item(1);
@@ -31,7 +32,7 @@ bool CSIPTrunkConfig::GetSIPTrunkParams(std::list<CSIPTrunkBase::STParamsRecord>
             record.user_name = sections.Get(key::kUserName);
             record.registration_date = sections.Get(key::kRegistrationDate);
             record.registration_time = sections.Get(key::kRegistrationTime);
-            if (trunkType == type::kToMaster) {
+            if (areToMaster) {
                 record.remote_ip = sections.Get(key::kMasterIp);
                 record.remote_port = sections.Get(key::kMasterPort);
             } else {
@@ -54,7 +55,7 @@ bool CSIPTrunkConfig::GetAllSIPTrunkParams(std::list<CSIPTrunkBase::STParamsReco
                 !sections.Read(key::kTrunkType)) {
                 continue;
             }
-            if (sections.Text() == std::string_view(type::kToMaster)) {
+            if (sections.Text() == type::kToMaster) {
                 if (!sections.Read(key::kRegistrationDate)) {
                     continue;
                 }

@@ -16,7 +16,7 @@ int CSIPTrunkConfig::CheckTrunk(const std::string& currentName, const std::strin
         TrunkDatabase trunks(OpenMode::kReadOnly, buffer);
         while (trunks.NextSection()) {
             // An absent key reads as the empty text and is compared like one.
-            const char* trunkName = trunks.Get(key::kTrunkName);
+            const std::string_view trunkName = trunks.Get(key::kTrunkName);
             if (isEdit && trunkName == currentName) {
                 continue;
             }

@@ -37,7 +37,7 @@ TEST_F(TrunkDatabaseTest, TheSyntaxIsThatOfSectionsEntriesAndComments) {
     WriteDatabase("# x\nsection {\n#a=b\nc=d=e\n}\n");
     TrunkDatabase trunks(OpenMode::kChange, Buffer());
     ASSERT_TRUE(trunks.NextSection());
-    EXPECT_STREQ(trunks.Get("c"), "d=e");
+    EXPECT_EQ(trunks.Get("c"), "d=e");
     EXPECT_FALSE(trunks.Read("#a"));
     EXPECT_FALSE(trunks.NextSection());
     trunks.AppendSection();
@@ -51,13 +51,23 @@ TEST_F(TrunkDatabaseTest, ReadingTellsWhetherAKeyIsThereAndLeavesItsTextOrTheEmp
     TrunkDatabase trunks(OpenMode::kReadOnly, Buffer());
     ASSERT_TRUE(trunks.NextSection());
     EXPECT_TRUE(trunks.Read("there"));
-    EXPECT_STREQ(trunks.Text(), "x");
+    EXPECT_EQ(trunks.Text(), "x");
     EXPECT_FALSE(trunks.Read("absent"));
-    EXPECT_STREQ(trunks.Text(), "");
-    EXPECT_STREQ(trunks.Get("there"), "x");
+    EXPECT_EQ(trunks.Text(), "");
+    EXPECT_EQ(trunks.Get("there"), "x");
     EXPECT_TRUE(trunks.Read("empty"));
-    EXPECT_STREQ(trunks.Text(), "");
-    EXPECT_STREQ(trunks.Get("absent"), "");
+    EXPECT_EQ(trunks.Text(), "");
+    EXPECT_EQ(trunks.Get("absent"), "");
+}
+
+TEST_F(TrunkDatabaseTest, BehindATextThatWasReadStandsANul) {
+    WriteDatabase("section {\nlong=" + std::string(2000, 'x') + "\nshort=y\n}\n");
+    TrunkDatabase trunks(OpenMode::kReadOnly, Buffer());
+    ASSERT_TRUE(trunks.NextSection());
+    for (const char* name : {"long", "short", "absent"}) {
+        const std::string_view text = trunks.Get(name);
+        EXPECT_EQ(text.data()[text.size()], '\0') << name;
+    }
 }
 
 TEST_F(TrunkDatabaseTest, IsAsksForAKeyThatIsThereWithExactlyThisText) {
@@ -79,10 +89,10 @@ TEST_F(TrunkDatabaseTest, FindingByNameGoesOnFromSectionToSection) {
         "section {\ntrunk_name=a\nn=2\n}\n");
     TrunkDatabase trunks(OpenMode::kReadOnly, Buffer());
     ASSERT_TRUE(trunks.FindByName("a"));
-    EXPECT_STREQ(trunks.Text(), "a");
-    EXPECT_STREQ(trunks.Get("n"), "1");
+    EXPECT_EQ(trunks.Text(), "a");
+    EXPECT_EQ(trunks.Get("n"), "1");
     ASSERT_TRUE(trunks.FindByName("a"));
-    EXPECT_STREQ(trunks.Get("n"), "2");
+    EXPECT_EQ(trunks.Get("n"), "2");
     EXPECT_FALSE(trunks.FindByName("a"));
 }
 
@@ -96,9 +106,9 @@ TEST_F(TrunkDatabaseTest, FindingATrunkToAMasterPassesTheOtherKinds) {
         "section {\ntrunk_type=1\ntrunk_name=a\nn=5\n}\n");
     TrunkDatabase trunks(OpenMode::kReadOnly, Buffer());
     ASSERT_TRUE(trunks.FindTrunkToMaster("a"));
-    EXPECT_STREQ(trunks.Get("n"), "4");
+    EXPECT_EQ(trunks.Get("n"), "4");
     ASSERT_TRUE(trunks.FindTrunkToMaster("a"));
-    EXPECT_STREQ(trunks.Get("n"), "5");
+    EXPECT_EQ(trunks.Get("n"), "5");
     EXPECT_FALSE(trunks.FindTrunkToMaster("a"));
 }
 
@@ -118,7 +128,7 @@ TEST_F(TrunkDatabaseTest, SectionsAreAddedAtBothEndsAndDeleted) {
     ASSERT_TRUE(trunks.NextSection());
     trunks.DeleteSection();
     ASSERT_TRUE(trunks.NextSection());
-    EXPECT_STREQ(trunks.Get("n"), "2");
+    EXPECT_EQ(trunks.Get("n"), "2");
     trunks.AppendSection();
     trunks.AddEntry("n", "3");
     trunks.InsertFirstSection();
@@ -131,14 +141,14 @@ TEST_F(TrunkDatabaseTest, EntriesAreFoundFromTheFirstOnWhateverWasReadOrErasedBe
     WriteDatabase("section {\na=1\nb=2\nc=3\n}\n");
     TrunkDatabase trunks(OpenMode::kChange, Buffer());
     ASSERT_TRUE(trunks.NextSection());
-    EXPECT_STREQ(trunks.Get("c"), "3");
-    EXPECT_STREQ(trunks.Get("a"), "1");
+    EXPECT_EQ(trunks.Get("c"), "3");
+    EXPECT_EQ(trunks.Get("a"), "1");
     trunks.Erase("b");
     trunks.Erase("b");
     trunks.RestartSection();
-    EXPECT_STREQ(trunks.Get("a"), "1");
-    EXPECT_STREQ(trunks.Get("b"), "");
-    EXPECT_STREQ(trunks.Get("c"), "3");
+    EXPECT_EQ(trunks.Get("a"), "1");
+    EXPECT_EQ(trunks.Get("b"), "");
+    EXPECT_EQ(trunks.Get("c"), "3");
 }
 
 }  // namespace

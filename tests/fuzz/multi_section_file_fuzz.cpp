@@ -1,12 +1,14 @@
 #include <array>
 #include <optional>
 #include <stdexcept>
-#include <system_error>
+#include <string>
+#include <vector>
 
 #include "support/multi_section_file.h"
 #include "tests/faults/reference_file.h"
 #include "tests/fixture/temp_folder.h"
 #include "tests/fuzz/fuzz_input.h"
+#include "tests/support/plain_parser.h"
 
 // A sectioned file and a series of changes, done by the library and by the reference: both refuse
 // the file, or both give the same answers and the same text, which reads back as it was written.
@@ -146,14 +148,12 @@ Editor Load(const std::string& path, const ReferenceFile& expected) {
             expected};
 }
 
-void RefuseToo(const std::string& path) {
+void RefuseToo(const std::string& path, const std::string& fault) {
     try {
         const Editor editor = Load(path, {});
         Require(false);
-    } catch (const std::system_error&) {
-        Require(false);
     } catch (const std::runtime_error& malformed) {
-        Require(std::string(malformed.what()).find(path + ":") == 0);
+        Require(malformed.what() == path + ":" + fault);
     }
 }
 
@@ -167,8 +167,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string text = input.Text();
     WriteFile(path, text);
     const std::optional<ReferenceFile> parsed = ReferenceFile::Parse(text);
+    std::vector<std::string> values;
+    const std::string fault = PlainParser().Parse(text, values);
+    Require(parsed.has_value() == fault.empty());
     if (!parsed) {
-        RefuseToo(path);
+        RefuseToo(path, fault);
         return 0;
     }
     Editor editor = Load(path, *parsed);

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <climits>
 #include <csignal>
 #include <filesystem>
 #include <memory>
@@ -24,9 +25,7 @@ namespace {
 
 class DurableFileTest : public testing::Test {
   protected:
-    void Replace(const std::vector<std::string_view>& pieces = {"new"}) const {
-        ReplaceFile(m_path.c_str(), pieces);
-    }
+    void Replace(const TextPieces& pieces = {"new"}) const { ReplaceFile(m_path.c_str(), pieces); }
     std::string FailureToReplace() const {
         return FailureOf([&] { Replace(); });
     }
@@ -51,7 +50,7 @@ TEST_F(DurableFileTest, TheNewTextIsThePiecesOneBehindTheOther) {
         bytes.push_back(static_cast<char>(code));
     }
     const std::string large(1000000, 'x');
-    const std::vector<std::vector<std::string_view>> cases = {
+    const std::vector<TextPieces> cases = {
         {},
         {""},
         {"", "", ""},
@@ -59,11 +58,11 @@ TEST_F(DurableFileTest, TheNewTextIsThePiecesOneBehindTheOther) {
         {bytes},
         {"", "a", "", "", "bc", ""},
         {large, "", bytes, large},
-        std::vector<std::string_view>(64, "ab"),
-        std::vector<std::string_view>(65, "ab"),
-        std::vector<std::string_view>(1000, "ab"),
+        TextPieces(64, "ab"),
+        TextPieces(65, "ab"),
+        TextPieces(1000, "ab"),
     };
-    for (const std::vector<std::string_view>& pieces : cases) {
+    for (const TextPieces& pieces : cases) {
         WriteFile(m_path, "old");
         std::string text;
         for (const std::string_view piece : pieces) {
@@ -280,6 +279,18 @@ TEST_F(DurableFileTest, AsManyLinksAreFollowedAsTheKernelFollows) {
     EXPECT_EQ(ReadFile(m_folder.File("40")), "new");
     EXPECT_THROW(ReplaceFile(m_folder.File("41").c_str(), {"newer"}), std::system_error);
     EXPECT_THROW(ReadFile(m_folder.File("41")), std::exception);
+}
+
+TEST_F(DurableFileTest, ANameThatLeavesNoRoomForATemporaryOneIsRefused) {
+    const std::string longest = m_folder.File(std::string(NAME_MAX - 8, 'n'));
+    WriteFile(longest, "old");
+    ReplaceFile(longest.c_str(), {"new"});
+    EXPECT_EQ(ReadFile(longest), "new");
+    const std::string longer = longest + "n";
+    WriteFile(longer, "old");
+    EXPECT_EQ(FailureOf([&] { ReplaceFile(longer.c_str(), {"new"}); }),
+              longer + ": create temporary file: File name too long");
+    EXPECT_EQ(ReadFile(longer), "old");
 }
 
 TEST_F(DurableFileTest, ARelativePathIsReplacedInTheWorkingFolder) {

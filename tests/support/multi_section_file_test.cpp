@@ -144,8 +144,8 @@ TEST_F(MultiSectionFileTest, AReadCopiesAsMuchAsTheBufferHolds) {
     ASSERT_TRUE(file.GotoNextSection());
     for (const unsigned int size : {1U, 2U, 1024U, 1500U, 1501U, 1600U}) {
         std::string buffer(1600, '.');
-        EXPECT_TRUE(file.GetSectionEntry("long", buffer.data(), size));
-        const std::size_t copied = std::min<std::size_t>(size - 1, 1500);
+        const unsigned int copied = std::min(size - 1, 1500U);
+        EXPECT_EQ(file.GetSectionEntry("long", buffer.data(), size), copied + 1);
         EXPECT_EQ(buffer, value.substr(0, copied) + '\0' + std::string(1600 - copied - 1, '.'));
     }
 }

@@ -3,8 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <iterator>
+#include <ostream>
 #include <random>
 #include <string>
+#include <vector>
 
 #include "support/line_scanner.h"
 #include "support/whole_file.h"
@@ -16,6 +20,59 @@ FileText TightCopy(const std::string& text) {
     FileText copy = MakeText(text.size());
     std::copy(text.begin(), text.end(), copy.bytes.get());
     return copy;
+}
+
+// What stands between the entries of two sections; the line feed before it is that of an entry.
+const std::string kSeam = "\n}\nsection {\n";
+const std::string_view kSeamLines = std::string_view(kSeam).substr(1);
+
+// Where the first unusual line begins, a seam or not, and the ends of the sections before it.
+struct Walked {
+    std::size_t position;
+    std::vector<std::uint32_t> ends;
+
+    bool operator==(const Walked& other) const {
+        return position == other.position && ends == other.ends;
+    }
+};
+
+std::ostream& operator<<(std::ostream& out, const Walked& walked) {
+    return out << walked.position << " behind " << walked.ends.size() << " sections";
+}
+
+// Steps over the seams that the walk stops at. One that finds a NUL byte goes from line to line.
+template <typename Skip>
+Walked WalkWith(std::string_view text, std::size_t position, const Skip& skip) {
+    SectionEnds ends;
+    for (;;) {
+        const std::size_t stop = skip(position, ends);
+        if (stop == std::string_view::npos || text.substr(stop, kSeamLines.size()) != kSeamLines) {
+            return {stop, {ends.offsets, ends.offsets + ends.count}};
+        }
+        ends.Add(stop + 2);
+        position = stop + kSeamLines.size();
+    }
+}
+
+Walked WalkByLine(std::string_view text, std::size_t position = 0, char separator = '=') {
+    return WalkWith(text, position, [&](std::size_t begin, SectionEnds&) {
+        return SkipPlainEntriesByLine(text, begin, separator);
+    });
+}
+
+Walked Walk(std::string_view text, std::size_t position = 0, char separator = '=') {
+    Walked walked = WalkWith(text, position, [&](std::size_t begin, SectionEnds& ends) {
+        return SkipPlainLines(text, begin, separator, kSeam, ends);
+    });
+    if (walked.position != std::string_view::npos) {
+        return walked;
+    }
+    EXPECT_NE(text.find('\0', position), std::string_view::npos);
+    return WalkByLine(text, position, separator);
+}
+
+std::size_t Skip(std::string_view text, std::size_t position = 0, char separator = '=') {
+    return Walk(text, position, separator).position;
 }
 
 // The first line that is not plainly an entry, found with plain means.
@@ -57,7 +114,8 @@ TEST(PlainEntriesTest, TheWalkEndsAtTheFirstLineThatIsNotPlainlyAnEntry) {
                   "k=v\n\xff=\xff\n#a=b=c\n" + std::string(length, '}') + "k=\n"}) {
                 const std::string text = before + end + (end.empty() ? "" : "\na=1\nb=2\n}\n");
                 const FileText copy = TightCopy(text);
-                ASSERT_EQ(SkipPlainEntries(copy.View(), 0, '='), before.size()) << text;
+                ASSERT_EQ(Skip(copy.View()), before.size()) << text;
+                ASSERT_EQ(SkipPlainEntriesByLine(copy.View(), 0, '='), before.size()) << text;
             }
         }
     }
@@ -65,15 +123,13 @@ TEST(PlainEntriesTest, TheWalkEndsAtTheFirstLineThatIsNotPlainlyAnEntry) {
 
 TEST(PlainEntriesTest, TheWalkBeginsWhereItIsTold) {
     const std::string text = "section {\na=1\n}\nb=2\n";
-    EXPECT_EQ(SkipPlainEntries(text, 0, '='), 0U);
-    EXPECT_EQ(SkipPlainEntries(text, 10, '='), 14U);
-    EXPECT_EQ(SkipPlainEntries(text, 16, '='), text.size());
-    EXPECT_EQ(SkipPlainEntries(text, text.size(), '='), text.size());
+    EXPECT_EQ(Skip(text), 0U);
+    EXPECT_EQ(Skip(text, 10), 14U);
+    EXPECT_EQ(Skip(text, 16), text.size());
+    EXPECT_EQ(Skip(text, text.size()), text.size());
 }
 
-TEST(PlainEntriesTest, TheSeparatorIsTheCallers) {
-    EXPECT_EQ(SkipPlainEntries("a:1\nb=2\n", 0, ':'), 4U);
-}
+TEST(PlainEntriesTest, TheSeparatorIsTheCallers) { EXPECT_EQ(Skip("a:1\nb=2\n", 0, ':'), 4U); }
 
 TEST(PlainEntriesTest, RandomTextsAreWalkedAsWithPlainMeans) {
     std::mt19937 random(1);
@@ -89,9 +145,82 @@ TEST(PlainEntriesTest, RandomTextsAreWalkedAsWithPlainMeans) {
         }
         const FileText copy = TightCopy(text);
         const std::size_t expected = FirstUnusualLine(text);
-        const std::size_t found = SkipPlainEntries(copy.View(), 0, '=');
+        const std::size_t found = Skip(copy.View());
         ASSERT_EQ(found, expected) << round << ": " << text;
+        ASSERT_EQ(SkipPlainEntriesByLine(copy.View(), 0, '='), expected) << round << ": " << text;
     }
+}
+
+TEST(PlainEntriesTest, SeamsAreSkippedWhereverTheyStand) {
+    const std::string seams[] = {std::string(kSeamLines),
+                                 std::string(kSeamLines) + std::string(kSeamLines),
+                                 "} \nsection {\n",
+                                 "}\n\nsection {\n",
+                                 "}\nsection{\n",
+                                 "}\nsection {\r\n",
+                                 "}\nsection {",
+                                 "a=}\nsection {\n",
+                                 "}}\nsection {\n",
+                                 "}\n}\nsection {\n",
+                                 "section {\n"};
+    for (std::size_t length = 0; length < 150; ++length) {
+        for (const std::string& seam : seams) {
+            const std::string text = "k=" + std::string(length, 'v') + "\n" + seam + "a=1\n" +
+                                     seam + "b=" + std::string(70, 'b') + "\n" + seam + "c=3\n}\n";
+            const FileText copy = TightCopy(text);
+            ASSERT_EQ(Walk(copy.View()), WalkByLine(text)) << text;
+        }
+    }
+}
+
+TEST(PlainEntriesTest, RandomSectionsAreWalkedAsFromLineToLine) {
+    std::mt19937 random(2);
+    const std::string pieces[] = {
+        std::string(kSeamLines), "}\n", "section {\n", "\n", "{ }\n", " a=1\n", "# b\n", "}=1\n"};
+    std::size_t sections = 0;
+    for (int round = 0; round < 20000; ++round) {
+        std::string text;
+        for (std::size_t count = random() % 40; count > 0; --count) {
+            const std::size_t choice = random() % 60;
+            if (choice < std::size(pieces)) {
+                text += pieces[choice];
+            } else if (choice < 20) {
+                text += kSeamLines;
+            } else {
+                text += std::string(1 + random() % 20, 'k') + "=" +
+                        std::string(random() % 30, 'v') + "\n";
+            }
+        }
+        const FileText copy = TightCopy(text);
+        const Walked expected = WalkByLine(text);
+        ASSERT_EQ(Walk(copy.View()), expected) << round << ": " << text;
+        sections += expected.ends.size();
+    }
+    EXPECT_GT(sections, 20000U);
+}
+
+TEST(PlainEntriesTest, TheEndsOfAsManySectionsAreKeptAsThereIsRoomFor) {
+    SectionEnds ends;
+    const std::size_t room = std::size(ends.offsets);
+    for (std::size_t end = 1; end <= room + 1; ++end) {
+        ends.Add(end);
+    }
+    EXPECT_EQ(ends.count, room);
+    EXPECT_EQ(ends.offsets[room - 1], room);
+    if constexpr (sizeof(std::size_t) > sizeof(std::uint32_t)) {
+        SectionEnds none;
+        none.Add(std::size_t{UINT32_MAX} + 1);
+        EXPECT_EQ(none.count, 0U);
+    }
+}
+
+std::string_view Find(std::string_view text, std::size_t begin, std::size_t end,
+                      std::string_view key) {
+    const std::string_view found = FindPlainEntry(text, begin, end, key, '=');
+    const std::string_view byLine = FindPlainEntryByLine(text, begin, end, key, '=');
+    EXPECT_EQ(found, byLine);
+    EXPECT_EQ(found.data(), byLine.data());
+    return found;
 }
 
 TEST(PlainEntriesTest, AnEntryIsFoundByItsWholeKeyInItsStretchAlone) {
@@ -122,7 +251,7 @@ TEST(PlainEntriesTest, AnEntryIsFoundByItsWholeKeyInItsStretchAlone) {
     };
     for (const Case& c : cases) {
         const FileText copy = TightCopy(c.text);
-        const std::string_view found = FindPlainEntry(copy.View(), c.begin, c.end, c.key, '=');
+        const std::string_view found = Find(copy.View(), c.begin, c.end, c.key);
         EXPECT_EQ(found.data() != nullptr, c.value != nullptr) << c.text << c.key << c.begin;
         EXPECT_EQ(found, c.value == nullptr ? "" : c.value) << c.text << c.key << c.begin;
     }
@@ -138,12 +267,10 @@ TEST(PlainEntriesTest, AnEntryIsFoundAtEveryPlaceAndWithEveryLength) {
                     "{\nx=" + std::string(before, 'x') + "\n" + key + "k=no\n";
                 for (const std::string end : {"", "\n", "\n}\n"}) {
                     const FileText copy = TightCopy(begin + key + "=" + value + end);
-                    const std::string_view found =
-                        FindPlainEntry(copy.View(), 0, copy.size, key, '=');
+                    const std::string_view found = Find(copy.View(), 0, copy.size, key);
                     ASSERT_NE(found.data(), nullptr) << copy.View();
                     ASSERT_EQ(found, value) << copy.View();
-                    const std::string_view missed =
-                        FindPlainEntry(copy.View(), 0, begin.size(), key, '=');
+                    const std::string_view missed = Find(copy.View(), 0, begin.size(), key);
                     ASSERT_EQ(missed.data(), nullptr) << copy.View();
                 }
             }

@@ -8,6 +8,7 @@
 
 #include "tests/fixture/failure_text.h"
 #include "tests/fixture/temp_folder.h"
+#include "tests/support/plain_parser.h"
 #include "tests/support/section_file.h"
 
 namespace {
@@ -123,6 +124,8 @@ const struct {
     {"section {\n", "1: section is not closed"},
     {"# c\nsection {\na=1\n# }\n", "2: section is not closed"},
     {"section {\n}\n\n section{\na=1", "4: section is not closed"},
+    {"section {\na=1\n}\nsection {\nb=" + std::string(90, 'b') + "\nc=3\n",
+     "4: section is not closed"},
     {kNul, "1: NUL byte"},
     {"\n" + kNul + "\n", "2: NUL byte"},
     {"# c" + kNul + "\n", "1: NUL byte"},
@@ -147,73 +150,6 @@ TEST_F(SectionGrammarTest, MalformedFilesAreRefusedWithPathLineAndReasonAndLeftA
     }
 }
 
-// The grammar once more, written for plainness alone.
-class PlainParser {
-  public:
-    // Returns "LINE: reason" for a malformed text, "" and the sections' values of "a" otherwise.
-    std::string Parse(const std::string& text, Sections& values) {
-        std::size_t number = 0;
-        for (std::size_t begin = 0; begin < text.size();) {
-            const std::size_t end = std::min(text.find('\n', begin), text.size());
-            const std::string line = text.substr(begin, end - begin);
-            begin = end + 1;
-            const std::string fault = FaultOf(line, ++number);
-            if (!fault.empty()) {
-                return std::to_string(number) + ": " + fault;
-            }
-        }
-        values = m_values;
-        return m_opened == 0 ? "" : std::to_string(m_opened) + ": section is not closed";
-    }
-
-  private:
-    static std::string Trim(const std::string& text) {
-        const std::size_t begin = text.find_first_not_of(" \t");
-        return begin == std::string::npos
-                   ? ""
-                   : text.substr(begin, text.find_last_not_of(" \t") + 1 - begin);
-    }
-
-    std::string FaultOf(const std::string& line, std::size_t number) {
-        const std::string trimmed = Trim(line);
-        if (line.find('\0') != std::string::npos) {
-            return "NUL byte";
-        }
-        if (trimmed.empty() || trimmed[0] == '#') {
-            return "";
-        }
-        if (trimmed == "}") {
-            const bool closes = m_opened != 0;
-            m_opened = 0;
-            return closes ? "" : "end of a section outside one";
-        }
-        if (trimmed.back() == '{' && Trim(trimmed.substr(0, trimmed.size() - 1)) == "section") {
-            const bool opens = m_opened == 0;
-            m_opened = number;
-            m_values.emplace_back("-");
-            return opens ? "" : "section inside a section";
-        }
-        const std::size_t separator = line.find('=');
-        if (separator == std::string::npos && trimmed.back() == '\r') {
-            return "line ends in a carriage return";
-        }
-        if (separator == std::string::npos) {
-            return m_opened != 0 ? "entry without \"=\"" : "text outside a section";
-        }
-        if (m_opened == 0) {
-            return "entry outside a section";
-        }
-        const std::string key = Trim(line.substr(0, separator));
-        if (key == "a" && m_values.back() == "-") {
-            m_values.back() = line.substr(separator + 1);
-        }
-        return key.empty() ? "entry without a key" : "";
-    }
-
-    Sections m_values;
-    std::size_t m_opened = 0;  // the line that opened the current section, 0 outside of one
-};
-
 class RandomText {
   public:
     explicit RandomText(unsigned int seed) : m_random(seed) {}
@@ -221,13 +157,14 @@ class RandomText {
     // A well-formed text, or one with a line too many or too few.
     std::string Next() {
         std::string text;
-        for (unsigned int section = Below(4); section > 0; --section) {
-            text += Lines({"", "# c", "  # c=1", "\t", "#=", "# }"});
-            text += Line({"section {", "section{", " \tsection   { "});
+        const bool isPlain = Below(2) == 0;  // as programs write it, but for what follows
+        for (unsigned int section = Below(6); section > 0; --section) {
+            text += isPlain ? "" : Lines({"", "# c", "  # c=1", "\t", "#=", "# }"});
+            text += isPlain ? "section {\n" : Line({"section {", "section{", " \tsection   { "});
             text += Lines({"a=1", "a=", " a = 2 ", "b=3", "key=", "", "# c", "#a=5", "}=1", "a=}",
                            "trunk_name=office", "\xe4=\xf6", "a\r=\r", "=a=", "b={ ", " #a=4"},
                           !Rarely());
-            text += Rarely() ? "" : Line({"}", "}", " }\t"});
+            text += isPlain ? "}\n" : Rarely() ? "" : Line({"}", "}", " }\t"});
         }
         if (Rarely()) {
             const std::size_t at = Below(static_cast<unsigned int>(text.size()) + 1);

@@ -1,0 +1,29 @@
+#include "support/short_text.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+TEST(ShortTextTest, TextsAreTheSameWhenEachByteIs) {
+    for (std::size_t length = 0; length < 40; ++length) {
+        const std::string text = std::string(length, 'x');
+        const std::string copy = text;
+        EXPECT_TRUE(IsSameText(text, copy)) << length;
+        EXPECT_FALSE(IsSameText(text, copy + "x")) << length;
+        EXPECT_FALSE(IsSameText(copy + '\0', text)) << length;
+        for (std::size_t place = 0; place < length; ++place) {
+            std::string other = text;
+            other[place] = '\0';
+            EXPECT_FALSE(IsSameText(text, other)) << length << " at " << place;
+        }
+    }
+}
+
+TEST(ShortTextTest, NothingAndTheEmptyTextAreTheSame) {
+    EXPECT_TRUE(IsSameText({}, ""));
+    EXPECT_FALSE(IsSameText({}, "a"));
+}
+
+}  // namespace
