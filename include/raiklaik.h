@@ -58,14 +58,14 @@ class CSIPTrunkBase {
 
     /// One account that slaves may use to register at this device.
     struct STAccessibleUser {
-        std::string trunk_name;
-        std::string user_name;
-        std::string password;
+        std::string trunk_name;  ///< the trunk that has the account
+        std::string user_name;   ///< account at this device
+        std::string password;    ///< its password
     };
 
     /// One master at which this device is to register.
     struct STAccessibleSlave {
-        std::string trunk_name;
+        std::string trunk_name;            ///< the trunk to that master
         std::string user_name;             ///< account at the master
         std::string password;              ///< its password
         std::string master_ip;             ///< the master's address
@@ -83,8 +83,8 @@ class CSIPTrunkBase {
 
     /// One trunk in a list of states.
     struct STTrunkState {
-        std::string trunk_name;
-        bool active = false;  ///< true when the trunk has a registration date
+        std::string trunk_name;  ///< the trunk's name
+        bool active = false;     ///< true when the trunk has a registration date
     };
 
     /// Whether a trunk's registration is in force.
@@ -104,6 +104,7 @@ class __attribute__((visibility("default"))) CSIPTrunkLogger {
     /// Opens the log file `name` for appending; a new one gets the mode 0640 less the umask.
     /// Throws std::system_error, whose text names the path, when it cannot be opened or is a pipe.
     explicit CSIPTrunkLogger(const char* name);
+    /// Closes the log. No configuration that has the logger may be in use any more.
     virtual ~CSIPTrunkLogger();
     CSIPTrunkLogger(const CSIPTrunkLogger&) = delete;
     CSIPTrunkLogger& operator=(const CSIPTrunkLogger&) = delete;
@@ -162,6 +163,7 @@ class __attribute__((visibility("default"))) CSIPTrunkConfig {
     ///         the object
     /// Throws std::system_error when the kernel refuses the lock.
     explicit CSIPTrunkConfig(CSIPTrunkLogger* logger);
+    /// Lets go of the handle; the lock stays for the others.
     virtual ~CSIPTrunkConfig();
     CSIPTrunkConfig(const CSIPTrunkConfig&) = delete;
     CSIPTrunkConfig& operator=(const CSIPTrunkConfig&) = delete;

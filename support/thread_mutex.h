@@ -5,7 +5,9 @@
 /// Mutual exclusion between the threads of one process. Not re-entrant.
 class ThreadMutex {
   public:
+    /// Makes a mutex that no thread holds.
     ThreadMutex();
+    /// No thread may hold the mutex any more.
     ~ThreadMutex();
     ThreadMutex(const ThreadMutex&) = delete;
     ThreadMutex& operator=(const ThreadMutex&) = delete;
