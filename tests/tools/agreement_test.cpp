@@ -63,8 +63,10 @@ std::string Paragraph(const std::string& help, const std::string& heading) {
 std::set<std::string> OptionsOf(const std::string& help) {
     std::set<std::string> options;
     for (const std::string& line : Split(Paragraph(help, "Options"), '\n')) {
-        for (const std::string& name : Split(line.substr(2, line.find(' ', 2) - 2), ',')) {
-            options.insert(name);
+        for (const std::string& word : Split(line.substr(2, line.find("  ", 2) - 2), ' ')) {
+            if (word.front() == '-') {
+                options.insert(word.substr(0, word.find(',')));
+            }
         }
     }
     return options;

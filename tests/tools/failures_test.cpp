@@ -59,22 +59,38 @@ TEST_F(Failures, AWrongCommandLineIsWrongUse) {
                   "slave move: PORT is missing; \"siptrunkctl slave move --help\" tells more");
     ExpectFailure({"show", "a", "b"}, 2,
                   "unexpected argument \"b\"; \"siptrunkctl show --help\" tells more");
-    ExpectFailure({"list", "--bogus"}, 2,
-                  "unexpected argument \"--bogus\"; \"siptrunkctl list --help\" tells more");
+    ExpectFailure({"slave", "list", "x"}, 2,
+                  "unexpected argument \"x\"; \"siptrunkctl slave list --help\" tells more");
+}
+
+TEST_F(Failures, AWrongOptionIsWrongUse) {
+    const std::string more = "; \"siptrunkctl list --help\" tells more";
+    ExpectFailure({"list", "--bogus"}, 2, "no option \"--bogus\"" + more);
+    ExpectFailure({"-V"}, 2, "no option \"-V\"; \"siptrunkctl --help\" tells more");
     ExpectFailure({"show", "a", "--type", "all"}, 2,
-                  "unexpected argument \"--type\"; \"siptrunkctl show --help\" tells more");
-    ExpectFailure(
-        {"list", "--type", "phone"}, 2,
-        "--type: phone not in {master,slave,all}; \"siptrunkctl list --help\" tells more");
-    ExpectFailure(
-        {"list", "--color", "red"}, 2,
-        "--color: red not in {auto,always,never}; \"siptrunkctl list --help\" tells more");
+                  "no option \"--type\"; \"siptrunkctl show --help\" tells more");
+    ExpectFailure({"--jsno", "list"}, 2, "no option \"--jsno\"; did you mean \"--json\"?");
+    ExpectFailure({"list", "--typ=all"}, 2, "no option \"--typ=all\"; did you mean \"--type\"?");
+    ExpectFailure({"show", "-odd"}, 2,
+                  "no option \"-odd\"; a name that begins with a dash goes behind \"--\"");
+    ExpectFailure({"list", "--type"}, 2, "--type: its value is missing" + more);
+    ExpectFailure({"list", "--type", "phone"}, 2,
+                  "--type: \"phone\" is neither master, slave nor all" + more);
+    ExpectFailure({"list", "--color", "red"}, 2,
+                  "--color: \"red\" is neither auto, always nor never" + more);
     ExpectFailure({"list", "-C", ""}, 2,
                   "--config-dir: its value is empty; \"siptrunkctl list --help\" tells more");
     ExpectFailure({"list", "--wait", "soon"}, 2, "--wait: \"soon\" is no number of seconds");
     ExpectFailure({"list", "--wait", "-1"}, 2, "--wait: \"-1\" is no number of seconds");
     ExpectFailure({"add", "a", "type=slave", "user=1", "--password-file", "x", "--ask-password"}, 2,
                   "--password-file and --ask-password exclude each other");
+}
+
+TEST_F(Failures, AnOptionGivenTwiceHasItsLastValue) {
+    WriteDatabase(kTwoTrunks);
+    ExpectAnswer({"-C", "/nowhere", "list", "-C", Folder(), "--type", "slave", "--names", "--type",
+                  "master", "--names"},
+                 "office\n");
 }
 
 TEST_F(Failures, APasswordIsNeededFromSomewhere) {
@@ -200,7 +216,28 @@ TEST_F(Failures, AStandardOutputThatTakesNothingIsToldOf) {
     const std::string errors = Folder() + "/errors";
     EXPECT_EQ(
         WaitForEnd(Start({SIPTRUNKCTL_PATH, "-C", Folder(), "list"}, "", "/dev/full", errors)), 1);
-    EXPECT_EQ(ReadFile(errors), "siptrunkctl: standard output: write: No space left on device\n");
+    const std::string full = "siptrunkctl: standard output: write: No space left on device\n";
+    EXPECT_EQ(ReadFile(errors), full);
+    EXPECT_EQ(WaitForEnd(Start({SIPTRUNKCTL_PATH, "--help"}, "", "/dev/full", errors)), 1);
+    EXPECT_EQ(ReadFile(errors), full);
+}
+
+TEST_F(Failures, AClosedStreamIsNotTakenForAFile) {
+    WriteDatabase(kTwoTrunks);
+    const std::string errors = Folder() + "/errors";
+    const std::string log = Folder() + "/log";
+    const auto run = [&](const std::string& command) {
+        return WaitForEnd(Start({"/bin/sh", "-c", "exec \"$0\" -C \"$1\" --log \"$2\" " + command,
+                                 SIPTRUNKCTL_PATH, Folder(), log},
+                                "", "", errors));
+    };
+    EXPECT_EQ(run("agents >&-"), 1);
+    EXPECT_EQ(ReadFile(errors), "siptrunkctl: standard output: write: Bad file descriptor\n");
+    EXPECT_EQ(ReadFile(log).substr(14), "INFO:SIP Trunk: Get agent states from siptrunkdb...\n");
+    EXPECT_EQ(run("import - <&-"), 1);
+    EXPECT_EQ(ReadFile(errors), "siptrunkctl: standard input: read: Bad file descriptor\n");
+    EXPECT_EQ(run("show nobody >&- 2>&-"), 3);
+    EXPECT_EQ(DatabaseText(), kTwoTrunks);
 }
 
 TEST_F(Failures, ALockHeldByAStoppedProcessIsWaitedForAsLongAsWanted) {
@@ -295,7 +332,9 @@ TEST_F(Failures, HelpAndVersionAreNone) {
     EXPECT_EQ(help.code, 0);
     EXPECT_NE(help.out.find("\nUsage: siptrunkctl add NAME KEY=VALUE... [OPTIONS]\n"),
               std::string::npos);
+    EXPECT_NE(help.out.find("\n  -h, --help  "), std::string::npos);
     EXPECT_NE(help.out.find("\nExample:\n  siptrunkctl add office "), std::string::npos);
+    EXPECT_EQ(help.out.find("\n\n\n"), std::string::npos);
 }
 
 }  // namespace

@@ -3,12 +3,12 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdlib>
-#include <iostream>
 #include <map>
 #include <sstream>
 #include <string_view>
 
 #include "tools/siptrunkctl/failure.h"
+#include "tools/siptrunkctl/output.h"
 #include "tools/siptrunkctl/text.h"
 
 namespace {
@@ -67,6 +67,17 @@ class HelpFormatter : public CLI::Formatter {
         return text.str().empty() ? "" : "\nCommands:\n" + text.str();
     }
 
+    std::string make_help(const CLI::App* app, std::string name,
+                          CLI::AppFormatMode mode) const override {
+        // The words behind a command are a hidden group, of which a blank line remains.
+        return CLI::detail::find_and_replace(CLI::Formatter::make_help(app, std::move(name), mode),
+                                             "\n\n\n", "\n\n");
+    }
+
+    std::string make_option_name(const CLI::Option* option, bool /*isWord*/) const override {
+        return CLI::detail::find_and_replace(option->get_name(false, true), ",", ", ");
+    }
+
   private:
     static constexpr std::size_t kColumn = 34;
 };
@@ -80,13 +91,26 @@ std::vector<std::string> Split(const std::string& text) {
     return parts;
 }
 
+// Of an option that is given twice the last counts, so what a shell's alias gives can be overruled.
 CLI::Option* AddValue(CLI::App& app, const char* name, std::string& value, const char* meaning,
                       const char* type) {
     return app.add_option(name, value, meaning)
         ->type_name(type)
+        ->take_last()
         ->check([](const std::string& given) {
             return given.empty() ? std::string("its value is empty") : std::string();
         });
+}
+
+// choices  the three words that may be given
+void AddChoice(CLI::App& app, const char* name, std::string& value, const char* meaning,
+               const char* type, const std::vector<std::string>& choices) {
+    AddValue(app, name, value, meaning, type)->check([choices](const std::string& given) {
+        const bool isOne = std::find(choices.begin(), choices.end(), given) != choices.end();
+        return isOne ? std::string()
+                     : Quoted(given) + " is neither " + choices[0] + ", " + choices[1] + " nor " +
+                           choices[2];
+    });
 }
 
 void AddGlobalOptions(CLI::App& app, Arguments& arguments) {
@@ -95,20 +119,19 @@ void AddGlobalOptions(CLI::App& app, Arguments& arguments) {
     app.add_flag("--json", arguments.json, "answer with one JSON value");
     app.add_flag("-q,--quiet", arguments.quiet, "do not confirm what was done");
     app.add_flag("--no-legend", arguments.noLegend, "tables without head line and count");
-    AddValue(app, "--color", arguments.color, "colors: auto, always or never", "WHEN")
-        ->check(CLI::IsMember({"auto", "always", "never"}).description(""));
+    AddChoice(app, "--color", arguments.color, "colors: auto, always or never", "WHEN",
+              {"auto", "always", "never"});
     app.add_flag("--show-secrets", arguments.showSecrets, "show passwords");
     AddValue(app, "--log", arguments.logFile, "append the library's log lines to FILE", "FILE");
-    AddValue(app, "--wait", arguments.wait, "give up when the device's lock is not free by then",
+    AddValue(app, "--wait", arguments.wait, "give up when the device's lock is held for so long",
              "SECONDS");
     app.set_version_flag("--version", "siptrunkctl " RAIKLAIK_VERSION, "show the version");
 }
 
 void AddListOptions(CLI::App& app, unsigned int options, Arguments& arguments) {
     if ((options & kType) != 0) {
-        AddValue(app, "--type", arguments.type, "only trunks of this kind: master, slave or all",
-                 "KIND")
-            ->check(CLI::IsMember({"master", "slave", "all"}).description(""));
+        AddChoice(app, "--type", arguments.type, "only trunks of this kind: master, slave or all",
+                  "KIND", {"master", "slave", "all"});
     }
     if ((options & kActive) != 0) {
         app.add_flag("--active", arguments.active, "only trunks that show a registration");
@@ -227,6 +250,30 @@ void CheckArguments(const Arguments& arguments) {
     }
 }
 
+// Says which option was meant, or how a name may begin with a dash.
+[[noreturn]] void ThrowNoOption(const CLI::App* app, const std::string& word,
+                                const std::string& more) {
+    const bool mayBeName =
+        word.compare(0, 2, "--") != 0 &&
+        !app->get_options([](const CLI::Option* option) { return option->get_positional(); })
+             .empty();
+    std::vector<std::string> names;
+    for (; app != nullptr; app = app->get_parent()) {
+        for (const CLI::Option* option : app->get_options()) {
+            for (const std::string& name : option->get_lnames()) {
+                names.push_back(name);
+            }
+        }
+    }
+    const std::string bare = word.substr(0, word.find('='));
+    const std::string* meant =
+        Nearest(bare.substr(std::min(bare.find_first_not_of('-'), bare.size())), names);
+    throw UsageFailure("no option " + Quoted(word) +
+                       (meant != nullptr ? "; did you mean \"--" + *meant + "\"?"
+                        : mayBeName      ? "; a name that begins with a dash goes behind \"--\""
+                                         : more));
+}
+
 // Says which command was meant when the first word is none, or why the rest cannot be.
 [[noreturn]] void ThrowUsage(const CLI::App& root, const CLI::ParseError& error) {
     const CLI::App* app = &root;
@@ -241,7 +288,10 @@ void CheckArguments(const Arguments& arguments) {
     }
     const std::string more = "; \"siptrunkctl" + path + " --help\" tells more";
     const std::vector<std::string> left = root.remaining();  // all falls through to it
-    if (!names.empty() && !left.empty() && left.front().front() != '-') {
+    if (!left.empty() && left.front().front() == '-') {
+        ThrowNoOption(app, left.front(), more);
+    }
+    if (!names.empty() && !left.empty()) {
         const std::string meant = DidYouMean(left.front(), names);
         throw UsageFailure(
             "no command " +
@@ -253,6 +303,11 @@ void CheckArguments(const Arguments& arguments) {
     }
     if (!left.empty()) {
         throw UsageFailure("unexpected argument " + Quoted(left.front()) + more);
+    }
+    if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr) {
+        const std::string_view text = error.what();  // "OPTION: ..." in words of its own
+        throw UsageFailure(Printable(text.substr(0, text.find(':'))) + ": its value is missing" +
+                           more);
     }
     throw UsageFailure(Printable(error.what()) + more);
 }
@@ -272,8 +327,9 @@ const Command* ReadCommandLine(int count, const char* const* words, Arguments& a
         root.parse(count, words);
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0) {
-            (void)root.exit(error);
-            std::cout.flush();
+            std::ostringstream text;
+            (void)root.exit(error, text);
+            WriteAnswer(text.str());
             return nullptr;
         }
         ThrowUsage(root, error);

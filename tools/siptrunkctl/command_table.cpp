@@ -4,8 +4,7 @@
 
 const Command kCommands[] = {
     {"list", "", kType | kActive | kNames, "list the trunks",
-     "Trunks to a master come first, then those for a slave, each in the order of the file. With\n"
-     "--active, only trunks that show a registration.",
+     "Trunks to a master come first, then those for a slave, each in the order of the file.",
      "siptrunkctl list --type master", command::List},
     {"show", "NAME", kNoOptions, "show one trunk whole", "", "siptrunkctl show office",
      command::Show},

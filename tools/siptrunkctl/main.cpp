@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -24,6 +25,16 @@ int Report(const Arguments& arguments, const Failure& failure) {
     return static_cast<int>(failure.Code());
 }
 
+// A stream that the caller has closed stays unusable: otherwise the next file that is opened would
+// take its number, and the answer would end up in there.
+void OccupyClosedStreams() {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(stream, F_GETFD) == -1) {
+            (void)open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+        }
+    }
+}
+
 ExitCode Run(int count, const char* const* words, Arguments& arguments) {
     const Command* command = ReadCommandLine(count, words, arguments);
     if (command == nullptr) {
@@ -41,6 +52,7 @@ ExitCode Run(int count, const char* const* words, Arguments& arguments) {
 }  // namespace
 
 int main(int count, char** words) {
+    OccupyClosedStreams();
     Arguments arguments;
     try {
         return static_cast<int>(Run(count, words, arguments));

@@ -5,8 +5,12 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 
+#include "support/system_call.h"
+#include "tools/siptrunkctl/failure.h"
 #include "tools/siptrunkctl/text.h"
 
 namespace {
@@ -166,4 +170,16 @@ std::string PageText(const Record& record, const Layout& layout) {
         text.append(kGap, ' ').append(CellText(field, layout)).append("\n");
     }
     return text;
+}
+
+void WriteAnswer(std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t written =
+            RetryInterrupted([&] { return write(STDOUT_FILENO, text.data(), text.size()); });
+        if (written == -1) {
+            throw Failure(ExitCode::kFailed,
+                          std::string("standard output: write: ") + std::strerror(errno));
+        }
+        text.remove_prefix(static_cast<std::size_t>(written));
+    }
 }

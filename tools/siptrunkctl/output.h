@@ -55,3 +55,6 @@ std::string TableText(const std::vector<Record>& records, const char* noun, cons
 
 /// Returns one record as lines of name and value.
 std::string PageText(const Record& record, const Layout& layout);
+
+/// Writes a text to the standard output. Throws a Failure when that takes no more.
+void WriteAnswer(std::string_view text);

@@ -4,14 +4,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
 
 #include "support/process_semaphore.h"
-#include "support/system_call.h"
 #include "tools/siptrunkctl/device.h"
 #include "tools/siptrunkctl/json.h"
 
@@ -93,15 +90,6 @@ void Session::Confirm(const std::string& text, const Record& record) {
 }
 
 void Session::Flush() {
-    std::string_view rest = m_output;
-    while (!rest.empty()) {
-        const ssize_t written =
-            RetryInterrupted([&] { return write(STDOUT_FILENO, rest.data(), rest.size()); });
-        if (written == -1) {
-            throw Failure(ExitCode::kFailed,
-                          std::string("standard output: write: ") + std::strerror(errno));
-        }
-        rest.remove_prefix(static_cast<std::size_t>(written));
-    }
+    WriteAnswer(m_output);
     m_output.clear();
 }
