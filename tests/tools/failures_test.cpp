@@ -254,6 +254,7 @@ TEST_F(Failures, ALockHeldByAStoppedProcessIsWaitedForAsLongAsWanted) {
         }
         Gate held;
         ChildProcess holder([&] {
+            WriteFile(Folder() + "/holder", std::to_string(getpid()));
             Semaphore lock(43, "/bin/ls");
             lock.Lock(true);
             held.Open();
@@ -261,8 +262,8 @@ TEST_F(Failures, ALockHeldByAStoppedProcessIsWaitedForAsLongAsWanted) {
         });
         held.Pass();
         const std::string cause =
-            "lock 43:/bin/ls: another process still holds it after the time of --wait; let that "
-            "process go on, or end it";
+            "lock 43:/bin/ls: process " + ReadFile(Folder() + "/holder") +
+            " still holds it after the time of --wait; let it go on, or end it";
         ExpectFailure({"delete", "office", "--wait", "0.05"}, 1, cause);
         ExpectFailure({"list", "--wait", "0"}, 1, cause);
         ExpectFailure({"import", "-", "--replace", "--wait", "0.05"}, 1, cause, exported);
@@ -322,6 +323,15 @@ TEST_F(Failures, TheDirectoryComesFromTheOptionOrTheEnvironment) {
         "siptrunkctl: /nowhere/telephony/siptrunkdb: open: No such file or directory; make its "
         "folder (mkdir -p /nowhere/telephony), or name another directory with -C\n");
     EXPECT_EQ(RunBare({"list", "--names", "-C", Folder() + "/"}).out, "office\nbranch\n");
+    ASSERT_EQ(setenv("QORV_PATH", Folder().c_str(), 1), 0);
+    EXPECT_EQ(RunBare({"list"}).err, "siptrunkctl: " + Folder() +
+                                         "telephony/siptrunkdb: open: No such file or directory; "
+                                         "QORV_PATH must end in \"/\"\n");
+    EXPECT_EQ(
+        RunBare({"-C", DatabaseFolder(), "list"}).err,
+        "siptrunkctl: " + DatabaseFolder() +
+            "/telephony/siptrunkdb: open: No such file or directory; name the directory above "
+            "that one with -C\n");
     EXPECT_EQ(RunBare({"validate", "-C", Folder() + "/"}).out, DatabasePath() + ": no problems\n");
     EXPECT_EQ(RunBare({"list", "--names", "--config-dir=" + Folder()}).out, "office\nbranch\n");
 }

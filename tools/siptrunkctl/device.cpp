@@ -35,6 +35,13 @@ std::string BaseDirectory() {
 }
 
 std::string MissingFileCure(const std::string& cause) {
+    const std::string base = BaseDirectory();
+    if (!base.empty() && base.back() != '/') {
+        return "; QORV_PATH must end in \"/\"";
+    }
+    if (access((base + "siptrunkdb").c_str(), F_OK) == 0) {
+        return "; name the directory above that one with -C";
+    }
     if (BeginsWith(cause, StartFilePath() + ":")) {
         return "; the system makes this file; -C names another directory";
     }
