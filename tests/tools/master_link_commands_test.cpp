@@ -27,15 +27,15 @@ TEST_F(MasterLinkCommands, StatusShowsBothStates) {
     WriteDatabase(kTwoTrunks);
     ExpectAnswer({"status"},
                  "NAME    TYPE    ACTIVE  REGISTRATION\n"
-                 "office  master  on      on\n"
-                 "branch  slave   on      -\n"
+                 "office  master  yes     on\n"
+                 "branch  slave   yes     -\n"
                  "2 trunks\n");
-    ExpectAnswer({"status", "--type", "slave", "--no-legend"}, "branch  slave  on  -\n");
-    ExpectAnswer({"status", "--type", "master", "--no-legend"}, "office  master  on  on\n");
+    ExpectAnswer({"status", "--type", "slave", "--no-legend"}, "branch  slave  yes  -\n");
+    ExpectAnswer({"status", "--type", "master", "--no-legend"}, "office  master  yes  on\n");
     ExpectAnswer({"status", "office"},
                  "name          office\n"
                  "type          master\n"
-                 "active        on\n"
+                 "active        yes\n"
                  "registration  on\n");
     ExpectFailure({"status", "ofice"}, 3, "no trunk \"ofice\"; did you mean \"office\"?");
 }
@@ -50,7 +50,7 @@ TEST_F(MasterLinkCommands, DeactivateRemovesTheStampAndActivateWritesOne) {
     ExpectAnswer({"status", "office"},
                  "name          office\n"
                  "type          master\n"
-                 "active        off\n"
+                 "active        no\n"
                  "registration  on\n");
     ExpectAnswer({"activate", "office"}, "trunk \"office\" is active\n");
     EXPECT_TRUE(MatchesWithStamp(DatabaseText(), kTwoTrunks, "03/07/2024", "09:05:31"))
@@ -86,7 +86,7 @@ TEST_F(MasterLinkCommands, UnregisterAllTellsOfATrunkThatStandsFirst) {
                       "switches belong; \"agents set\" puts them there, then try again");
     Do({"agents", "set", "master=on", "slave=on"});
     Do({"unregister-all"});
-    ExpectAnswer({"status", "--no-legend"}, "office  master  off  off\n");
+    ExpectAnswer({"status", "--no-legend"}, "office  master  no  off\n");
 }
 
 TEST_F(MasterLinkCommands, SnapshotKeepsTheParametersThatParamsSavedShows) {

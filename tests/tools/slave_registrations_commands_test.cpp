@@ -103,7 +103,7 @@ TEST_F(SlaveCommands, AccountsSlaveMakesTheTrunksInactiveAndWantsYes) {
                  "NAME    USER  PASSWORD  IP          PORT\n"
                  "office  1001  (hidden)  192.0.2.10  5060\n"
                  "1 master\n");
-    ExpectAnswer({"status", "--type", "master", "--no-legend"}, "office  master  off  on\n");
+    ExpectAnswer({"status", "--type", "master", "--no-legend"}, "office  master  no  on\n");
 }
 
 }  // namespace

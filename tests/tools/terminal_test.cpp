@@ -115,6 +115,24 @@ TEST_F(Terminal, TablesFitTheTerminal) {
               Shown("a name ~  slave  " + Wide(7) + "~  -  -  off  -\n", 0));
 }
 
+TEST_F(Terminal, ColumnsAreCountedAsTheTerminalDrawsThem) {
+    const std::string japanese = "\xe6\x97\xa5\xe6\x9c\xac\xe8\xaa\x9e";  // three of two columns
+    const std::string accent = "e\xcc\x81";                               // two, drawn as one
+    WriteDatabase("section {\ntrunk_name=" + japanese + "\ntrunk_type=0\nuser_name=1\n}\n" +
+                  "section {\ntrunk_name=" + accent + "\ntrunk_type=0\nuser_name=2\n}\n" +
+                  "section {\ntrunk_name=" + japanese + japanese +
+                  "\ntrunk_type=0\nuser_name=3\n}\n");
+    const std::string off = "  -  -  off  -\n";
+    EXPECT_EQ(RunThere({"list", "--no-legend"}, 80),
+              Shown(japanese + "        slave  1" + off + accent + "             slave  2" + off +
+                        japanese + japanese + "  slave  3" + off,
+                    0));
+    EXPECT_EQ(RunThere({"list", "--no-legend"}, 20),
+              Shown(japanese + "    slave  1" + off + accent + "         slave  2" + off +
+                        japanese + "~   slave  3" + off,
+                    0));
+}
+
 TEST_F(Terminal, ColorsAreForTerminalsThatWantThem) {
     WriteDatabase(kTwoTrunks);
     const Words list = {"accounts", "master"};

@@ -62,6 +62,9 @@ TEST_F(TrunkCommands, ControlCharactersAndStrangeBytesAreShownAsHexadecimal) {
         {"list", "--no-legend"},
         "a\\x1b[31mb\\x09trunk  slave  \\xff\\xc2\\x9b\\xe2\\x80\\xaez\xc3\xbc  -  -  off  -\n");
     ExpectFailure({"show", "\x1b[2J"}, 3, "no trunk \"\\x1b[2J\"");
+    // A zero width space, a soft hyphen, and a mark of direction.
+    ExpectFailure({"show", "of\xe2\x80\x8b\xc2\xad\xd8\x9c"}, 3,
+                  "no trunk \"of\\xe2\\x80\\x8b\\xc2\\xad\\xd8\\x9c\"");
 }
 
 TEST_F(TrunkCommands, ShowHidesThePasswordUnlessAsked) {

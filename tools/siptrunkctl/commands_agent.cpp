@@ -49,8 +49,8 @@ const char* OnOff(bool value) { return value ? "on" : "off"; }
 
 void command::Agents(Session& session) {
     const States states = ReadStates(session);
-    session.PrintOne({Flag("master", states.siptrunk_master_enabled),
-                      Flag("slave", states.siptrunk_slave_enabled)});
+    session.PrintOne({Switch("master", states.siptrunk_master_enabled),
+                      Switch("slave", states.siptrunk_slave_enabled)});
 }
 
 void command::AgentsSet(Session& session) {
@@ -63,18 +63,18 @@ void command::AgentsSet(Session& session) {
     session.Require(session.Service().SetSIPTrunkAgentStates(states), "the switches were not set");
     session.Confirm(std::string("switched master ") + OnOff(states.siptrunk_master_enabled) +
                         ", slave " + OnOff(states.siptrunk_slave_enabled),
-                    {Text("action", "switched"), Flag("master", states.siptrunk_master_enabled),
-                     Flag("slave", states.siptrunk_slave_enabled)});
+                    {Text("action", "switched"), Switch("master", states.siptrunk_master_enabled),
+                     Switch("slave", states.siptrunk_slave_enabled)});
 }
 
 void command::Service(Session& session) {
     if (session.Options().words.empty()) {
         const bool starts = session.Checked(session.Service().LoadAgentStatus());
-        session.PrintOne({Flag("service", starts)});
+        session.PrintOne({Switch("service", starts)});
         return;
     }
     const bool starts = ReadSwitch("service", session.Word(0));
     session.Require(session.Service().SaveAgentStatus(starts), "the start flag was not set");
     session.Confirm(std::string("switched service ") + OnOff(starts),
-                    {Text("action", "switched"), Flag("service", starts)});
+                    {Text("action", "switched"), Switch("service", starts)});
 }

@@ -173,5 +173,5 @@ void command::Import(Session& session) {
         (options.dryRun ? "would import " : "imported ") + std::to_string(trunks) +
             (trunks == 1 ? " trunk" : " trunks"),
         {Text("action", options.dryRun ? "checked" : "imported"),
-         Number("trunks", static_cast<std::size_t>(trunks)), Flag("replaced", options.replace)});
+         Number("trunks", static_cast<std::size_t>(trunks)), State("replaced", options.replace)});
 }

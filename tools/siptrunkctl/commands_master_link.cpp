@@ -28,8 +28,8 @@ Record RowOf(Session& session, const CSIPTrunkBase::STTrunkState& state, bool is
     const bool registration =
         isToMaster && session.Checked(session.Service().GetStateOfTrunkToMaster(state.trunk_name));
     return {Text("name", state.trunk_name), Text("type", isToMaster ? "master" : "slave"),
-            Flag("active", state.active),
-            isToMaster ? Flag("registration", registration) : None("registration")};
+            State("active", state.active),
+            isToMaster ? Switch("registration", registration) : None("registration")};
 }
 
 void ConfirmTrunk(Session& session, const char* action, const std::string& name,
@@ -106,7 +106,7 @@ void command::Params(Session& session) {
         {Text("name", name), Text("params", isSaved ? "saved" : "live"),
          Text("user", fields.user_name), Secret("password", fields.password),
          Text("ip", fields.master_ip), Text("port", fields.master_port),
-         isSaved ? None("registration") : Flag("registration", fields.registration_status)});
+         isSaved ? None("registration") : Switch("registration", fields.registration_status)});
 }
 
 void command::Snapshot(Session& session) {

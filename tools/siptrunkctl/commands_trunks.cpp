@@ -86,7 +86,7 @@ Record RowOf(const Trunk& trunk) {
             Text("user", trunk.user_name),
             Text("ip", trunk.remote_ip),
             Text("port", trunk.remote_port),
-            IsToMaster(trunk) ? None("sym_nat") : Flag("sym_nat", trunk.sym_nat),
+            IsToMaster(trunk) ? None("sym_nat") : Switch("sym_nat", trunk.sym_nat),
             Text("since", Since(trunk))};
 }
 
@@ -118,8 +118,8 @@ void command::Show(Session& session) {
     session.PrintOne({Text("name", trunk.trunk_name), Text("type", KindOf(trunk)),
                       Text("user", trunk.user_name), Secret("password", trunk.password),
                       Text("ip", trunk.remote_ip), Text("port", trunk.remote_port),
-                      isToMaster ? Flag("registration", trunk.registration_status)
-                                 : Flag("sym_nat", trunk.sym_nat),
+                      isToMaster ? Switch("registration", trunk.registration_status)
+                                 : Switch("sym_nat", trunk.sym_nat),
                       Text("since", Since(trunk))});
 }
 
@@ -186,7 +186,7 @@ void command::Delete(Session& session) {
     }
     session.Confirm(
         "deleted trunk " + Quoted(name) + (wasRegistered ? ", which was registered" : ""),
-        {Text("action", "deleted"), Text("name", name), Flag("was_registered", wasRegistered)});
+        {Text("action", "deleted"), Text("name", name), State("was_registered", wasRegistered)});
 }
 
 void command::Check(Session& session) {
@@ -201,5 +201,5 @@ void command::Check(Session& session) {
     session.Confirm("name " + Quoted(name) +
                         (hasUser ? " and user " + Quoted(options.user) + " are free" : " is free"),
                     {Text("name", name), hasUser ? Text("user", options.user) : None("user"),
-                     Flag("free", true)});
+                     State("free", true)});
 }

@@ -67,7 +67,8 @@ Json ToJson(const Record& record, bool secrets) {
             case Field::Kind::kText:
                 PutText(object, field.name, field.text);
                 break;
-            case Field::Kind::kFlag:
+            case Field::Kind::kSwitch:
+            case Field::Kind::kState:
                 object[field.name] = !field.text.empty();
                 break;
             case Field::Kind::kNumber:

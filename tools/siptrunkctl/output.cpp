@@ -22,8 +22,10 @@ constexpr const char* kPlain = "\x1b[0m";
 
 std::string CellText(const Field& field, const Layout& layout) {
     switch (field.kind) {
-        case Field::Kind::kFlag:
+        case Field::Kind::kSwitch:
             return field.text.empty() ? "off" : "on";
+        case Field::Kind::kState:
+            return field.text.empty() ? "no" : "yes";
         case Field::Kind::kSecret:
             if (!layout.secrets && !field.text.empty()) {
                 return "(hidden)";
@@ -81,8 +83,10 @@ std::string Cut(const std::string& text, std::size_t width) {
         return text;
     }
     std::size_t end = 0;
-    for (std::size_t i = 0; i + 1 < width; ++i) {
-        end += CharacterLength(std::string_view(text).substr(end));
+    std::size_t next = 0;
+    while (Width(std::string_view(text).substr(0, next)) < width) {
+        end = next;
+        next += CharacterLength(std::string_view(text).substr(next));
     }
     return text.substr(0, end) + "~";
 }

@@ -9,11 +9,11 @@
 
 /// One named value of an answer.
 struct Field {
-    enum class Kind { kText, kFlag, kNumber, kSecret, kNone };
+    enum class Kind { kText, kSwitch, kState, kNumber, kSecret, kNone };
 
     const char* name;  // the same in tables, in JSON and in key=value words
     Kind kind;
-    std::string text;  // of a flag "1" or empty
+    std::string text;  // of a switch or state "1" or empty
 };
 
 /// One answer: a row of a table, or a page of named values.
@@ -22,8 +22,13 @@ using Record = std::vector<Field>;
 inline Field Text(const char* name, std::string_view text) {
     return {name, Field::Kind::kText, std::string(text)};
 }
-inline Field Flag(const char* name, bool value) {
-    return {name, Field::Kind::kFlag, value ? "1" : ""};
+/// What somebody has set: on or off.
+inline Field Switch(const char* name, bool value) {
+    return {name, Field::Kind::kSwitch, value ? "1" : ""};
+}
+/// What has come about: yes or no.
+inline Field State(const char* name, bool value) {
+    return {name, Field::Kind::kState, value ? "1" : ""};
 }
 inline Field Number(const char* name, std::size_t value) {
     return {name, Field::Kind::kNumber, std::to_string(value)};

@@ -22,11 +22,33 @@ std::uint32_t CodePoint(std::string_view character, std::size_t length) {
     return point;
 }
 
-// Control characters of both ranges, line separators, and the marks that turn the direction of
+struct Range {
+    std::uint32_t first;
+    std::uint32_t last;
+};
+
+// Control characters, line separators, and the marks that cannot be seen or turn the direction of
 // writing, by which one name can look like another.
-bool IsHarmful(std::uint32_t point) {
-    return point < 0x20 || (point >= 0x7f && point < 0xa0) ||
-           (point >= 0x2028 && point <= 0x202e) || (point >= 0x2066 && point <= 0x2069);
+constexpr Range kHarmful[] = {{0x0, 0x1f},      {0x7f, 0x9f},     {0xad, 0xad},
+                              {0x61c, 0x61c},   {0x200b, 0x200f}, {0x2028, 0x202e},
+                              {0x2060, 0x206f}, {0xfeff, 0xfeff}, {0xe0000, 0xe007f}};
+
+// The blocks of Unicode whose characters a terminal draws over the one before,
+constexpr Range kCombining[] = {{0x300, 0x36f},   {0x483, 0x489},   {0x591, 0x5bd},
+                                {0x64b, 0x65f},   {0x1ab0, 0x1aff}, {0x1dc0, 0x1dff},
+                                {0x20d0, 0x20ff}, {0xfe00, 0xfe0f}, {0xfe20, 0xfe2f}};
+
+// and those that it draws in two columns: of East Asia, and pictures.
+constexpr Range kWide[] = {
+    {0x1100, 0x115f},   {0x2e80, 0x303e},   {0x3041, 0xa4cf},  {0xa960, 0xa97f}, {0xac00, 0xd7a3},
+    {0xf900, 0xfaff},   {0xfe30, 0xfe6f},   {0xff00, 0xff60},  {0xffe0, 0xffe6}, {0x1f300, 0x1f64f},
+    {0x1f680, 0x1f6ff}, {0x1f900, 0x1f9ff}, {0x20000, 0x3fffd}};
+
+template <std::size_t Size>
+bool IsIn(const Range (&ranges)[Size], std::uint32_t point) {
+    return std::any_of(std::begin(ranges), std::end(ranges), [point](const Range& range) {
+        return point >= range.first && point <= range.last;
+    });
 }
 
 void AppendEscaped(std::string& text, std::string_view bytes) {
@@ -103,9 +125,14 @@ bool IsUtf8(std::string_view text) {
 }
 
 std::size_t Width(std::string_view text) {
-    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char byte) {
-        return (static_cast<unsigned char>(byte) & 0xc0U) != 0x80;
-    }));
+    std::size_t width = 0;
+    while (!text.empty()) {
+        const std::size_t length = CharacterLength(text);
+        const std::uint32_t point = CodePoint(text, length);
+        width += IsIn(kCombining, point) ? 0 : IsIn(kWide, point) ? 2 : 1;
+        text.remove_prefix(length);
+    }
+    return width;
 }
 
 std::string Printable(std::string_view text) {
@@ -113,7 +140,7 @@ std::string Printable(std::string_view text) {
     while (!text.empty()) {
         const std::size_t length = CharacterLength(text);
         const std::string_view character = text.substr(0, std::max<std::size_t>(length, 1));
-        if (length == 0 || IsHarmful(CodePoint(character, length))) {
+        if (length == 0 || IsIn(kHarmful, CodePoint(character, length))) {
             AppendEscaped(printable, character);
         } else {
             printable += character;

@@ -14,11 +14,11 @@ std::size_t CharacterLength(std::string_view text);
 /// Returns whether the whole text is UTF-8.
 bool IsUtf8(std::string_view text);
 
-/// Returns the number of characters of a UTF-8 text, taken as its width on a terminal.
+/// Returns the number of columns that a UTF-8 text takes on a terminal.
 std::size_t Width(std::string_view text);
 
-/// Returns the text with every byte that could do something to a terminal, or that is not UTF-8, as
-/// \xNN: the result is UTF-8 and stays on one line.
+/// Returns the text with every byte as \xNN that could do something to a terminal, cannot be seen, or
+/// is not UTF-8: the result is UTF-8 and stays on one line.
 std::string Printable(std::string_view text);
 
 /// Returns the printable text in quotation marks.
