@@ -52,12 +52,29 @@ _siptrunkctl_commands() {
     done <<<"$_siptrunkctl_table" | sort -u
 }
 
+# Prints what a typed word means: without its quotes and backslashes, and with the home folder.
+_siptrunkctl_plain() {
+    local word=$1
+    case $word in
+        [\'\"]*) word=${word#?} word=${word%"${1:0:1}"} ;;
+        *) word=${word//\\/} word=${word/#~\//$HOME/} ;;
+    esac
+    printf '%s\n' "$word"
+}
+
 # Offers the names of the trunks, which may hold blanks.
 _siptrunkctl_names() {
-    local name
+    local name typed
+    typed=$(_siptrunkctl_plain "$cur")
     while IFS= read -r name; do
-        [[ $name != "${cur//\\/}"* ]] || COMPREPLY+=("$(printf '%q' "$name")")
-    done < <("${words[0]}" "${directory[@]}" list --names --type "$1" 2>/dev/null)
+        if [[ $name != "$typed"* ]]; then
+            continue
+        elif [[ $cur != [\'\"]* ]]; then
+            COMPREPLY+=("$(printf '%q' "$name")")
+        elif [[ $name != *[\'\"\\\$\`!]* ]]; then
+            COMPREPLY+=("$name") # as it is between the quotes
+        fi
+    done < <("$(_siptrunkctl_plain "${words[0]}")" "${directory[@]}" list --names --type "$1" 2>/dev/null)
 }
 
 _siptrunkctl_offer() {
@@ -69,7 +86,7 @@ _siptrunkctl_offer() {
 
 _siptrunkctl_files() {
     compopt -o filenames 2>/dev/null
-    mapfile -t COMPREPLY < <(compgen "$1" -- "$cur")
+    mapfile -t COMPREPLY < <(compgen "$1" -- "$(_siptrunkctl_plain "$cur")")
 }
 
 # Offers the values of an option.
@@ -111,10 +128,19 @@ _siptrunkctl_word() {
 }
 
 _siptrunkctl() {
-    local cur words=() directory=() given=() command usage row i
-    # bash itself would break the words at every "=".
-    IFS=' ' read -ra words <<<"${COMP_LINE:0:COMP_POINT}"
-    [[ ${COMP_LINE:0:COMP_POINT} != *' ' ]] || words+=('')
+    local cur words=() directory=() given=() command usage row i line rest
+    # bash breaks words at "=" and ":", too; what no blank divides is one word here.
+    line=${COMP_LINE:0:COMP_POINT}
+    for ((i = 0; i <= COMP_CWORD; ++i)); do
+        rest=${line#"${line%%[![:blank:]]*}"}
+        ((i < COMP_CWORD)) && cur=${COMP_WORDS[i]} || cur=$rest
+        if [[ $rest == "$line" && $i != 0 ]]; then
+            words[-1]+=$cur
+        else
+            words+=("$cur")
+        fi
+        line=${rest#"$cur"}
+    done
     cur=${words[-1]}
     COMPREPLY=()
     for ((i = 1; i < ${#words[@]} - 1; ++i)); do
@@ -124,9 +150,11 @@ _siptrunkctl() {
                     _siptrunkctl_value "${words[i]}"
                     return
                 fi
-                [[ ${words[i]} != -C && ${words[i]} != --config-dir ]] || directory=(-C "${words[i + 1]}")
+                [[ ${words[i]} != -C && ${words[i]} != --config-dir ]] ||
+                    directory=(-C "$(_siptrunkctl_plain "${words[i + 1]}")")
                 ((++i))
                 ;;
+            --config-dir=*) directory=(-C "$(_siptrunkctl_plain "${words[i]#*=}")") ;;
             -*) ;;
             *) given+=("${words[i]}") ;;
         esac
@@ -141,7 +169,11 @@ _siptrunkctl() {
         row=$(_siptrunkctl_row "$command")
         given=("${given[@]:1}")
     fi
-    if [[ $cur == -* ]]; then
+    if [[ $cur == --*=* ]]; then
+        row=${cur%%=*}
+        cur=${cur#*=}
+        _siptrunkctl_value "$row"
+    elif [[ $cur == -* ]]; then
         _siptrunkctl_offer "$(_siptrunkctl_row siptrunkctl | cut -d: -f3) ${row##*:}"
     elif [[ -z $command ]]; then
         _siptrunkctl_offer "$(_siptrunkctl_commands '')"

@@ -85,19 +85,24 @@ end
 
 function __siptrunkctl_complete
     set -l words (commandline -opc)
-    set -l current (commandline -ct)
+    # as typed, but for quotes and backslashes
+    set -l current (commandline -ct | string replace -ra '[\\\\\'"]' '')
     set -g __siptrunkctl_directory
     set -l given
     set -l option
     for word in $words[2..-1]
         if test -n "$option"
-            contains -- $option -C --config-dir; and set -g __siptrunkctl_directory -C $word
+            if contains -- $option -C --config-dir
+                set -g __siptrunkctl_directory -C (string replace -r '^~(?=/)' $HOME -- $word)
+            end
             set option
             continue
         end
         switch $word
             case -C --config-dir --color --log --wait --type --user --edit --password-file
                 set option $word
+            case '--config-dir=*'
+                set -g __siptrunkctl_directory -C (string replace -r '^[^=]*=' '' -- $word)
             case '-*'
             case '*'
                 set -a given $word
@@ -117,7 +122,10 @@ function __siptrunkctl_complete
         set row (__siptrunkctl_row "$given[1]")
         set given $given[2..-1]
     end
-    if string match -q -- '-*' $current
+    if string match -q -- '--*=*' $current
+        set option (string split -m 1 = -- $current)
+        string replace -r -- '^' "$option[1]=" (__siptrunkctl_value $option[1] $option[2])
+    else if string match -q -- '-*' $current
         string split ' ' -- (string split -f3 : -- $__siptrunkctl_table[1] $row)
     else if test -z "$command"
         string split -f1 : -- $__siptrunkctl_table[2..-1] | string split -f1 ' ' | sort -u

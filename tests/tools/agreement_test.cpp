@@ -161,76 +161,163 @@ TEST_F(Agreement, TheCompletionsKnowTheSame) {
     }
 }
 
-/// The completions, asked by the shells themselves.
+/// The completions, in the shells themselves.
 class Completion : public ToolTest {
   protected:
-    /// Returns what a shell offers behind `line`, sorted; skips the test where it is missing.
-    std::set<std::string> Offers(const std::string& shell, const std::string& script,
-                                 const std::string& line) {
-        const std::string out = Folder() + "/offers";
-        // The shell finds the tool under its name.
+    Completion() {
+        WriteDatabase(kTwoTrunks);
+        Do({"rename", "branch", "my branch"});
+        // The shells find the tool under its name, and the directory by one with a blank in it.
         (void)symlink(SIPTRUNKCTL_PATH, (Folder() + "/siptrunkctl").c_str());
-        const int code = WaitForEnd(Start({"/usr/bin/env", shell, "-c", script, Folder(), line}, "",
-                                          out, Folder() + "/errors"));
-        EXPECT_EQ(code, 0) << ReadFile(Folder() + "/errors");
-        const std::vector<std::string> lines = Split(ReadFile(out), '\n');
-        return {lines.begin(), lines.end()};
+        (void)symlink(Folder().c_str(), (Folder() + "/a dir").c_str());
+        WriteFile(Folder() + "/my file", "");
     }
 
     static bool Has(const std::string& shell) {
         return WaitForEnd(Start({"/usr/bin/env", shell, "-c", "true"}, "", "", "")) == 0;
     }
+
+    /// Runs a shell on this input, and returns the lines of a file that it writes: its own output,
+    /// or `file` in the test's folder.
+    std::vector<std::string> RunShell(Words words, const std::string& input,
+                                      const std::string& file = "output") const {
+        words.insert(words.begin(), "/usr/bin/env");
+        WriteFile(Folder() + "/input", input);
+        EXPECT_EQ(WaitForEnd(Start(words, Folder() + "/input", Folder() + "/output",
+                                   Folder() + "/errors")),
+                  0)
+            << ReadFile(Folder() + "/errors");
+        return Split(ReadFile(Folder() + "/" + file), '\n');
+    }
+
+    /// Returns the lines that are typed into an interactive bash or zsh, where the tool only notes
+    /// its words as "[word][word]".
+    /// setup  loads the completion
+    std::string Typing(const std::string& setup, const std::vector<std::string>& lines) const {
+        std::string text = "unset HISTFILE; cd '" + Folder() + "'; HOME=$PWD; PATH=$PWD:$PATH; " +
+                           setup +
+                           "; siptrunkctl() { if [[ $* == *--names* ]]; then command siptrunkctl "
+                           "\"$@\"; else printf '[%s]' \"$@\" >>noted; echo >>noted; fi; }\n";
+        for (const std::string& line : lines) {
+            text += "siptrunkctl " + line + "\n";
+        }
+        return text + "exit 0\n";
+    }
 };
 
-TEST_F(Completion, BashOffersCommandsOptionsAndNames) {
+// Typed with a tab behind it, each becomes these words in bash and zsh alike.
+const std::vector<std::pair<std::string, std::string>> kCompleted = {
+    {"sho", "[show]"},
+    {"-q sna", "[-q][snapshot]"},
+    {"slave ref", "[slave][refresh]"},
+    {"accounts s", "[accounts][slave]"},
+    {"agents s", "[agents][set]"},
+    {"import x --re", "[import][x][--replace]"},
+    {"list --ty", "[list][--type]"},
+    {"list --type m", "[list][--type][master]"},
+    {"list --type=m", "[list][--type=master]"},
+    {"service of", "[service][off]"},
+    {"agents set master=of", "[agents][set][master=off]"},
+    {"-C . show off", "[-C][.][show][office]"},
+    {"-C ~/ show off", "[-C][HOME/][show][office]"},
+    {"-C a\\ dir show off", "[-C][a dir][show][office]"},
+    {"-C \"a dir\" show off", "[-C][a dir][show][office]"},
+    {"--config-dir=a\\ dir show off", "[--config-dir=a dir][show][office]"},
+    {"-C . show my", "[-C][.][show][my branch]"},
+    {"-C . show my\\ br", "[-C][.][show][my branch]"},
+    {"-C . show \"my br", "[-C][.][show][my branch]"},
+    {"-C . show 'my br", "[-C][.][show][my branch]"},
+    {"-C . modify my\\ branch sym_nat=of", "[-C][.][modify][my branch][sym_nat=off]"},
+    {"-C . check x --edit off", "[-C][.][check][x][--edit][office]"},
+    {"-C . activate my", "[-C][.][activate][my]"},  // it is no trunk to a master
+    {"-C . rename office my", "[-C][.][rename][office][my]"},
+    {"-C . slave register off", "[-C][.][slave][register][off]"},
+    {"validate my", "[validate][my file]"},
+    {"import \"my f", "[import][my file]"},
+};
+
+std::vector<std::string> WithTabs() {
+    std::vector<std::string> lines;
+    for (const auto& [typed, words] : kCompleted) {
+        lines.push_back(typed + "\t");
+    }
+    return lines;
+}
+
+std::vector<std::string> CompletedWords(const std::string& home) {
+    std::vector<std::string> lines;
+    for (const auto& [typed, words] : kCompleted) {
+        std::string line = words;
+        if (const std::size_t place = line.find("HOME"); place != std::string::npos) {
+            line.replace(place, 4, home);
+        }
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+TEST_F(Completion, BashCompletesCommandsOptionsAndNames) {
     if (!Has("bash")) {
         GTEST_SKIP() << "bash is not there";
     }
-    WriteDatabase(kTwoTrunks);
-    Do({"rename", "branch", "my branch"});
-    const auto offers = [&](const std::string& line) {
-        return Offers("bash",
-                      "PATH=$0:$PATH; source " PROJECT_FOLDER
-                      "/completions/siptrunkctl.bash; "
-                      "COMP_LINE=$1; COMP_POINT=${#1}; _siptrunkctl; "
-                      "((${#COMPREPLY[@]} == 0)) || printf '%s\\n' \"${COMPREPLY[@]}\"",
-                      line);
-    };
-    using Set = std::set<std::string>;
-    const std::string tool = "siptrunkctl -C " + Folder() + " ";
-    EXPECT_EQ(offers("siptrunkctl s"), (Set{"service", "show", "slave", "snapshot", "status"}));
-    EXPECT_EQ(offers("siptrunkctl slave re"), (Set{"refresh", "register"}));
-    EXPECT_EQ(offers("siptrunkctl agents "), Set{"set"});
-    EXPECT_EQ(offers("siptrunkctl import x --r"), Set{"--replace"});
-    EXPECT_EQ(offers("siptrunkctl list --type m"), Set{"master"});
-    EXPECT_EQ(offers(tool + "show "), (Set{"my\\ branch", "office"}));
-    EXPECT_EQ(offers(tool + "show my\\"), Set{"my\\ branch"});
-    EXPECT_EQ(offers(tool + "activate "), Set{"office"});
-    EXPECT_EQ(offers(tool + "modify office registration=o"), (Set{"off", "on"}));
-    EXPECT_EQ(offers(tool + "rename office "), Set{});
-    EXPECT_EQ(offers(tool + "slave register "), Set{});
+    std::vector<std::string> lines = WithTabs();
+    const std::string all = "\x1b*";  // the key that inserts all that is offered
+    lines.insert(lines.end(), {"s" + all, "-C . show " + all, "modify x type=" + all});
+    std::vector<std::string> words = CompletedWords(Folder());
+    words.insert(words.end(),
+                 {"[service][show][slave][snapshot][status]", "[-C][.][show][my branch][office]",
+                  "[modify][x][type=master][slave]"});
+    EXPECT_EQ(
+        RunShell({"TERM=dumb", "INPUTRC=/dev/null", "bash", "--norc", "-i"},
+                 Typing("source " PROJECT_FOLDER "/completions/siptrunkctl.bash", lines), "noted"),
+        words);
+}
+
+TEST_F(Completion, ZshCompletesCommandsOptionsAndNames) {
+    if (!Has("zsh")) {
+        GTEST_SKIP() << "zsh is not there";
+    }
+    // It completes on a terminal only, so another zsh gives it one.
+    EXPECT_EQ(RunShell({"TERM=dumb", "zsh", "-f", "-c",
+                        "zmodload zsh/zpty; zpty shell zsh -f -i; "
+                        "while IFS= read -r line; do zpty -w shell $line; done; "
+                        "while zpty -r shell; do :; done"},
+                       Typing("fpath=(" PROJECT_FOLDER
+                              "/completions $fpath); autoload -U compinit; compinit -u -D",
+                              WithTabs()),
+                       "noted"),
+              CompletedWords(Folder()));
 }
 
 TEST_F(Completion, FishOffersCommandsOptionsAndNames) {
     if (!Has("fish")) {
         GTEST_SKIP() << "fish is not there";
     }
-    WriteDatabase(kTwoTrunks);
-    Do({"rename", "branch", "my branch"});
-    const auto offers = [&](const std::string& line) {
-        return Offers("fish",
-                      "set -x PATH $argv[1] $PATH; "
-                      "source " PROJECT_FOLDER
-                      "/completions/siptrunkctl.fish; complete -C $argv[2]",
-                      line);
-    };
     using Set = std::set<std::string>;
-    const std::string tool = "siptrunkctl -C " + Folder() + " ";
-    EXPECT_EQ(offers("siptrunkctl s"), (Set{"service", "show", "slave", "snapshot", "status"}));
-    EXPECT_EQ(offers("siptrunkctl slave re"), (Set{"refresh", "register"}));
-    EXPECT_EQ(offers("siptrunkctl import x --r"), Set{"--replace"});
-    EXPECT_EQ(offers(tool + "show "), (Set{"my branch", "office"}));
-    EXPECT_EQ(offers(tool + "activate "), Set{"office"});
+    const auto offers = [&](const std::string& line) {
+        const std::vector<std::string> lines =
+            RunShell({"HOME=" + Folder(), "fish", "--no-config", "-c",
+                      "cd $argv[1]; set -x PATH $PWD $PATH; source " PROJECT_FOLDER
+                      "/completions/siptrunkctl.fish; complete -C $argv[2]",
+                      Folder(), "siptrunkctl " + line},
+                     "");
+        Set offered;
+        for (const std::string& text : lines) {
+            offered.insert(text.substr(0, text.find('\t')));  // without the description
+        }
+        return offered;
+    };
+    EXPECT_EQ(offers("s"), (Set{"service", "show", "slave", "snapshot", "status"}));
+    EXPECT_EQ(offers("slave re"), (Set{"refresh", "register"}));
+    EXPECT_EQ(offers("import x --r"), Set{"--replace"});
+    EXPECT_EQ(offers("list --type m"), Set{"master"});
+    EXPECT_EQ(offers("list --type=m"), Set{"--type=master"});
+    EXPECT_EQ(offers("-C . show "), (Set{"my branch", "office"}));
+    EXPECT_EQ(offers("-C ~/ show o"), Set{"office"});
+    EXPECT_EQ(offers("-C 'a dir' show my\\ "), Set{"my branch"});
+    EXPECT_EQ(offers("--config-dir=a\\ dir show \"my b"), Set{"my branch"});
+    EXPECT_EQ(offers("-C . activate "), Set{"office"});
+    EXPECT_EQ(offers("validate \"my f"), Set{"my file"});
 }
 
 }  // namespace
