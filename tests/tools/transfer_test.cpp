@@ -154,8 +154,11 @@ TEST_F(Transfer, ATakenNameOrUserIsRefused) {
     ExpectFailure(
         {"import", "-"}, 4,
         "standard input: section 1: user_name \"2001\" is taken; --replace removes what is "
-        "stored",
-        Document({SlaveSection("new", "2001")}));
+        "stored\n"
+        "siptrunkctl: standard input: section 3: trunk_name \"branch\" is taken; --replace removes "
+        "what is stored",
+        Document(
+            {SlaveSection("new", "2001"), SlaveSection("free", "4"), SlaveSection("branch", "5")}));
     EXPECT_EQ(DatabaseText(), kTwoTrunks);
 }
 

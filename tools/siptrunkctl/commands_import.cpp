@@ -57,16 +57,19 @@ const DatabaseSection* FindSection(const Sections& sections, const char* key,
 }
 
 void RequireFree(const Input& input, const Sections& kept) {
+    std::string text;
     for (const DatabaseSection& section : input.sections) {
         for (const char* key : {"trunk_name", "user_name"}) {
             const std::string* value = section.Find(key);
             if (value != nullptr && FindSection(kept, key, *value) != nullptr) {
-                throw Failure(ExitCode::kTaken, input.name + ": section " +
-                                                    std::to_string(section.line) + ": " + key +
-                                                    " " + Quoted(*value) +
-                                                    " is taken; --replace removes what is stored");
+                text += (text.empty() ? "" : "\n") + input.name + ": section " +
+                        std::to_string(section.line) + ": " + key + " " + Quoted(*value) +
+                        " is taken; --replace removes what is stored";
             }
         }
+    }
+    if (!text.empty()) {
+        throw Failure(ExitCode::kTaken, text);
     }
 }
 

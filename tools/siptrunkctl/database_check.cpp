@@ -39,6 +39,21 @@ bool HasPattern(const std::string& text, std::string_view pattern) {
            });
 }
 
+// Returns whether the two digits at a place of `text` are a number in these limits.
+bool IsWithin(const std::string& text, std::size_t place, int least, int most) {
+    const int number = (text[place] - '0') * 10 + text[place + 1] - '0';
+    return number >= least && number <= most;
+}
+
+bool IsDate(const std::string& text) {
+    return HasPattern(text, "99/99/9999") && IsWithin(text, 0, 1, 12) && IsWithin(text, 3, 1, 31);
+}
+
+bool IsTime(const std::string& text) {
+    return HasPattern(text, "99:99:99") && IsWithin(text, 0, 0, 23) && IsWithin(text, 3, 0, 59) &&
+           IsWithin(text, 6, 0, 60);  // a leap second
+}
+
 const char* FaultOf(Form form, const std::string& value) {
     const bool isFlag = value == "0" || value == "1";
     switch (form) {
@@ -53,10 +68,9 @@ const char* FaultOf(Form form, const std::string& value) {
         case Form::kPortOrEmpty:
             return value.empty() || IsPort(value) ? nullptr : "is no port from 1 to 65535";
         case Form::kDate:
-            return value.empty() || HasPattern(value, "99/99/9999") ? nullptr
-                                                                    : "is no date MM/DD/YYYY";
+            return value.empty() || IsDate(value) ? nullptr : "is no date MM/DD/YYYY";
         case Form::kTime:
-            return value.empty() || HasPattern(value, "99:99:99") ? nullptr : "is no time HH:MM:SS";
+            return value.empty() || IsTime(value) ? nullptr : "is no time HH:MM:SS";
     }
     return nullptr;
 }
