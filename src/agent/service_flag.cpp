@@ -20,9 +20,7 @@ bool CSIPTrunkConfig::SaveAgentStatus(const bool& flag) {
     return RunLocked<LocalBuffer>(*m_semaphore, m_logger, false, [&](ValueBuffer) {
         Configuration::ConfigFile startFile(StartFilePath().c_str(), false, false, false, "=", "#",
                                             nullptr);
-        if (!startFile.SetEntry(key::kStartService, value)) {
-            return false;
-        }
+        startFile.SetEntry(key::kStartService, value);
         startFile.Save(true, nullptr);
         return true;
     });
