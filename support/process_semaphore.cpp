@@ -87,10 +87,12 @@ void Semaphore::Lock(bool) {
 void Semaphore::Unlock() noexcept {
     std::uint64_t held = m_held;
     const int set = static_cast<int>(held & 0xffffffffU);
-    // Forgotten before the release: the next holder may be another thread on this same handle.
-    if (held != Holding(set) || !m_held.compare_exchange_strong(held, 0)) {
+    if (held != Holding(set)) {
         return;
     }
+    // Forgotten before the release: the next holder may be another thread on this same handle. Where
+    // the set was removed it may be there already, with another set, and is not forgotten.
+    (void)m_held.compare_exchange_strong(held, 0);
     struct sembuf release = {0, -1, SEM_UNDO | IPC_NOWAIT};
     // A set that was removed while held has nothing left to release.
     (void)RetryInterrupted([&] { return semop(set, &release, 1); });

@@ -14,8 +14,8 @@
 #include <thread>
 
 #include "tests/faults/disturbed_calls.h"
-#include "tests/faults/own_lock.h"
 #include "tests/fixture/device_fixture.h"
+#include "tests/fixture/own_lock.h"
 
 // Eight processes write without end, and are killed at random. Each writes rising numbers into a
 // trunk of its own, and notes each number before and after, in memory that survives it.

@@ -4,8 +4,8 @@
 #include <thread>
 #include <vector>
 
-#include "tests/faults/own_lock.h"
 #include "tests/fixture/device_fixture.h"
+#include "tests/fixture/own_lock.h"
 
 // Sixteen threads at once: half of them write, half of them read.
 

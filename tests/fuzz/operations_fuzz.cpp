@@ -5,8 +5,8 @@
 #include <optional>
 
 #include "include/raiklaik.h"
-#include "tests/faults/own_lock.h"
 #include "tests/faults/reference_file.h"
+#include "tests/fixture/own_lock.h"
 #include "tests/fixture/temp_folder.h"
 #include "tests/fuzz/fuzz_input.h"
 

@@ -6,8 +6,8 @@
 #include <cstdlib>
 
 #include "support/process_semaphore.h"
-#include "tests/faults/own_lock.h"
 #include "tests/fixture/child_process.h"
+#include "tests/fixture/own_lock.h"
 #include "tests/tools/tool_fixture.h"
 
 namespace {
