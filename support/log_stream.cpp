@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <string_view>
 
 #include "support/system_call.h"
 #include "support/text_format.h"
@@ -97,7 +98,8 @@ void LogStream::Flush() {
     if (m_pending.size() > m_bufferSize) {
         // A full disk must not fill the memory as well. What stays are whole lines from the oldest
         // on, so that the rest of a line that was written in part is not lost.
-        const std::string::size_type fitting = m_pending.rfind('\n', m_bufferSize);
+        const std::string::size_type fitting =
+            std::string_view(m_pending).substr(0, m_bufferSize).rfind('\n');
         const std::string::size_type last =
             fitting != std::string::npos ? fitting : m_pending.find('\n');
         m_pending.erase(std::min(last, m_pending.size() - 1) + 1);

@@ -212,6 +212,15 @@ TEST_F(LogStreamTest, APipeIsNoLogEvenWithAReader) {
     (void)close(reader);
 }
 
+TEST_F(LogStreamTest, AFileWhoseKindTheSystemDoesNotTellIsALogAllTheSame) {
+    {
+        const FailingCall failing(Call::kFstat, EIO, 1, FailingCall::kAlways);
+        Log(m_path).Write("line\n");
+        EXPECT_EQ(failing.Count(), 2);
+    }
+    EXPECT_EQ(Text(), "line\n");
+}
+
 TEST_F(LogStreamTest, SignalsLoseNothing) {
     const FailingCall opening(Call::kOpen, EINTR, 1, 2);
     Log log(m_path);
@@ -262,7 +271,7 @@ TEST_F(LogStreamTest, AFullDiskKeepsTheOldestWholeLinesThatTheBufferHolds) {
         std::string kept;
     } cases[] = {
         {{"123456\n", "7890\n"}, "123456\n7890\n"},
-        {{"123456\n", "789012\n"}, "123456\n"},
+        {{"123456\n", "78901\n"}, "123456\n"},
         {{"123456\n", "789012\n", "3\n"}, "123456\n3\n"},
         {{"longer than the buffer\n"}, "longer than the buffer\n"},
         {{"longer than the buffer\n", "next\n"}, "longer than the buffer\n"},
