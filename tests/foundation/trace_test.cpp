@@ -1,6 +1,9 @@
 #include "src/foundation/trace.h"
 
+#include <pthread.h>
+
 #include <cerrno>
+#include <functional>
 
 #include "tests/fixture/device_fixture.h"
 #include "tests/fixture/failing_calls.h"
@@ -49,6 +52,30 @@ TEST_F(TraceTest, ALineForWhichThereIsNoMemoryIsLost) {
     }
     TraceError(&logger, "next");
     EXPECT_EQ(NewLogText(), "\nERROR: next \n");  // of the lost line the time alone is left
+}
+
+// Traces in a thread that is cancelled when it comes to write the line.
+void TraceCancelled(std::function<void()> trace) {
+    const auto run = [](void* argument) -> void* {
+        const CallWatch cancelling(Call::kWrite, [](int /*number*/) {
+            pthread_cancel(pthread_self());
+            return 0;
+        });
+        (*static_cast<std::function<void()>*>(argument))();
+        return nullptr;
+    };
+    pthread_t thread{};
+    ASSERT_EQ(pthread_create(&thread, nullptr, run, &trace), 0);
+    void* end = nullptr;
+    ASSERT_EQ(pthread_join(thread, &end), 0);
+    EXPECT_EQ(end, PTHREAD_CANCELED);
+}
+
+TEST_F(TraceTest, AThreadThatIsCancelledWhileItWritesHoldsUpNobody) {
+    TraceCancelled([this] { TraceProgress(&logger, "INFO: first\n"); });
+    TraceCancelled([this] { TraceError(&logger, "second"); });
+    TraceError(&logger, "third");
+    EXPECT_EQ(NewLogText(), "INFO: first\nERROR: second \nERROR: third \n");
 }
 
 }  // namespace
