@@ -20,7 +20,9 @@ bool CSIPTrunkConfig::SaveAgentStatus(const bool& flag) {
     return RunLocked<LocalBuffer>(*m_semaphore, m_logger, false, [&](ValueBuffer) {
         Configuration::ConfigFile startFile(StartFilePath().c_str(), false, false, false, "=", "#",
                                             nullptr);
-        startFile.SetEntry(key::kStartService, value);
+        if (!startFile.SetEntry(key::kStartService, value)) {
+            return false;
+        }
         startFile.Save(true, nullptr);
         return true;
     });

@@ -45,8 +45,13 @@ bool CSIPTrunkConfig::SetSIPTrunkAgentStates(const CSIPTrunkBase::STAgentStates&
             sections.AddEntry(key::kMasterEnabled, "");
             sections.AddEntry(key::kSlaveEnabled, "");
         }
-        sections.Set(key::kSlaveEnabled, flag::Text(states.siptrunk_slave_enabled));
-        sections.Set(key::kMasterEnabled, flag::Text(states.siptrunk_master_enabled));
+        const bool slaveSet =
+            sections.Set(key::kSlaveEnabled, flag::Text(states.siptrunk_slave_enabled));
+        const bool masterSet =
+            sections.Set(key::kMasterEnabled, flag::Text(states.siptrunk_master_enabled));
+        if (!slaveSet || !masterSet) {
+            return false;
+        }
         sections.Save();
         return true;
     });
