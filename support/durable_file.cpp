@@ -31,8 +31,7 @@ bool IsAlphanumeric(char byte) { return std::isalnum(static_cast<unsigned char>(
 // The suffix of a temporary file: a tilde, which mkstemp(3) never uses, and five letters or digits.
 // So a ".rc.conf.backup" of an operator's or a ".rc.conf.aB3dE9" of another program is never swept.
 bool IsTemporarySuffix(std::string_view suffix) {
-    return suffix.size() == kSuffixLength && suffix.front() == '~' &&
-           std::all_of(suffix.begin() + 1, suffix.end(), IsAlphanumeric);
+    return suffix.front() == '~' && std::all_of(suffix.begin() + 1, suffix.end(), IsAlphanumeric);
 }
 
 std::string NextSuffix(std::uint64_t& seed) {

@@ -230,6 +230,7 @@ TEST(PlainEntriesTest, AnEntryIsFoundByItsWholeKeyInItsStretchAlone) {
         std::string key;
         const char* value;  // null when there is none
     };
+    const std::string sections = "{\n}\n{\n}\n{\n}\n{\n}\n{\n}\n{\n}\n{\n}\n{\n}\n{\n}\n{\n}\n";
     const std::string text = "{\nab=1\na=2\nb=\na=3\n}\n{\na=4\n}\n";
     const Case cases[] = {
         {text, 0, text.size(), "a", "2"},
@@ -246,8 +247,9 @@ TEST(PlainEntriesTest, AnEntryIsFoundByItsWholeKeyInItsStretchAlone) {
         {"\na=", 0, 3, "a", ""},
         {"\na", 0, 2, "a", nullptr},
         {"", 0, 0, "a", nullptr},
-        {"{\na=1=2\n}\n{\n}\n{\n}\n{\n}\n", 0, 20, "a=1", nullptr},
-        {"{\nb=1\na=2\n}\n{\n}\n{\n}\n", 0, 20, "b=1\na", nullptr},
+        {"{\na=1=2\n}\n" + sections, 0, 20, "a=1", nullptr},
+        {"{\nb=1\na=2\n}\n" + sections, 0, 20, "b=1\na", nullptr},
+        {std::string(27, 'x') + "\nb\na=2345", 0, 36, "b\na", nullptr},
     };
     for (const Case& c : cases) {
         const FileText copy = TightCopy(c.text);
