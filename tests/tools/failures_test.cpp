@@ -1,5 +1,6 @@
 #include <fcntl.h>
 #include <sys/mount.h>
+#include <sys/sem.h>
 #include <sys/stat.h>
 
 #include <csignal>
@@ -40,7 +41,13 @@ class Failures : public ToolTest {
         EXPECT_EQ(code, 0);
     }
 
+    /// Returns how many processes wait for the device's lock.
+    static int Waiting() { return semctl(semget(kLockKey, 0, 0), 0, GETZCNT); }
+
     std::string DatabaseFolder() const { return Folder() + "/telephony"; }
+
+  private:
+    static constexpr key_t kLockKey = static_cast<key_t>(0xef7b2cd0);
 };
 
 TEST_F(Failures, AWrongCommandLineIsWrongUse) {
@@ -182,6 +189,26 @@ TEST_F(Failures, AFolderThatMayOnlyBeReadIsNotPermittedToChange) {
     EXPECT_EQ(DatabaseText(), kTwoTrunks);
 }
 
+TEST_F(Failures, ADatabaseOfAnotherOwnerIsNotPermittedToChange) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root can give a file to somebody else";
+    }
+    WriteDatabase(kTwoTrunks);
+    ASSERT_EQ(chmod(DatabasePath().c_str(), 0644), 0);
+    ASSERT_EQ(chmod(DatabaseFolder().c_str(), 0777), 0);
+    AsOrdinaryUser([&] {
+        ExpectFailure({"delete", "office"}, 6,
+                      DatabasePath() +
+                          ": keep owner (save as that user or as root): Operation not permitted; "
+                          "run this as root or as the file's owner");
+    });
+    EXPECT_EQ(DatabaseText(), kTwoTrunks);
+}
+
+TEST_F(Failures, APathCannotPlayWithTheTerminal) {
+    ExpectFailure({"validate", "/\x1b[2J"}, 1, "/\\x1b[2J: open: No such file or directory");
+}
+
 TEST_F(Failures, AReadOnlyFileSystemIsNotPermitted) {
     WithOwnMounts([&] {
         MountSmallFileSystem(DatabaseFolder(), 65536);
@@ -243,6 +270,8 @@ TEST_F(Failures, AClosedStreamIsNotTakenForAFile) {
 TEST_F(Failures, ALockHeldByAStoppedProcessIsWaitedForAsLongAsWanted) {
     WriteDatabase(kTwoTrunks);
     const std::string exported = Run({"export", "--show-secrets"}).out;
+    const std::string exportedFile = Folder() + "/exported";
+    WriteFile(exportedFile, exported);
     ChildProcess child([&] {
         char before[64] = "";
         char after[64] = "";
@@ -269,7 +298,14 @@ TEST_F(Failures, ALockHeldByAStoppedProcessIsWaitedForAsLongAsWanted) {
         ExpectFailure({"import", "-", "--replace", "--wait", "0.05"}, 1, cause, exported);
         EXPECT_EQ(DatabaseText(), kTwoTrunks);
         ExpectAnswer({"validate", "-q"}, "");  // needs no lock
+        const Words import = {SIPTRUNKCTL_PATH, "-C",         Folder(),
+                              "import",         exportedFile, "--replace"};
+        const pid_t waiting = Start(import, "", "", "");
+        EXPECT_TRUE(WaitUntil([&] { return Waiting() == 1; }));
+        EXPECT_EQ(DatabaseText(), kTwoTrunks);
         holder.Kill();
+        EXPECT_EQ(WaitForEnd(waiting), 0);
+        EXPECT_NE(DatabaseText(), kTwoTrunks);  // the comment stands elsewhere
         ExpectAnswer({"delete", "office", "--wait", "60"},
                      "deleted trunk \"office\", which was registered\n");
     });

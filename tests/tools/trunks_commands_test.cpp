@@ -93,6 +93,8 @@ TEST_F(TrunkCommands, AnUnknownTrunkIsNamedWithTheOneThatWasMeant) {
     WriteDatabase(kTwoTrunks);
     ExpectFailure({"show", "ofice"}, 3, "no trunk \"ofice\"; did you mean \"office\"?");
     ExpectFailure({"show", "OFFICE"}, 3, "no trunk \"OFFICE\"; did you mean \"office\"?");
+    ExpectFailure({"show", "ofcie"}, 3, "no trunk \"ofcie\"; did you mean \"office\"?");
+    ExpectFailure({"show", "orbital"}, 3, "no trunk \"orbital\"");
     ExpectFailure({"show", "xyz"}, 3, "no trunk \"xyz\"");
     ExpectFailure({"show", ""}, 3, "no trunk \"\"");
     ExpectFailure({"modify", "ofice", "port=1"}, 3, "no trunk \"ofice\"; did you mean \"office\"?");
