@@ -174,14 +174,20 @@ class WorseSave : public PowerCut {
         Record([](CSIPTrunkConfig& service) { EXPECT_TRUE(service.SetUnregisterStateToTrunks()); });
         EXPECT_EQ(Judge(Effects()).bad, 0U);
     }
+
+    void ExpectFoundOut(const std::string& name, const std::vector<DiskEffect>& effects) const {
+        const Verdict verdict = Judge(effects);
+        Report(name, verdict);
+        EXPECT_GT(verdict.bad, 0U);
+    }
 };
 
 TEST_F(WorseSave, WithoutSyncOfTheFileIsFoundOut) {
-    EXPECT_GT(Judge(EffectsWithoutSync(false)).bad, 0U);
+    ExpectFoundOut("without sync of the file", EffectsWithoutSync(false));
 }
 
 TEST_F(WorseSave, WithoutSyncOfTheFolderIsFoundOut) {
-    EXPECT_GT(Judge(EffectsWithoutSync(true)).bad, 0U);
+    ExpectFoundOut("without sync of the folder", EffectsWithoutSync(true));
 }
 
 TEST_F(WorseSave, ThatSyncsTheFileAfterTheRenameIsFoundOut) {
@@ -191,7 +197,7 @@ TEST_F(WorseSave, ThatSyncsTheFileAfterTheRenameIsFoundOut) {
     });
     ASSERT_EQ(std::prev(rename)->kind, DiskEffect::Kind::kSync);
     std::iter_swap(rename, std::prev(rename));
-    EXPECT_GT(Judge(effects).bad, 0U);
+    ExpectFoundOut("sync of the file after the rename", effects);
 }
 
 TEST_F(WorseSave, ThatLosesTheModeIsFoundOut) {
@@ -201,11 +207,11 @@ TEST_F(WorseSave, ThatLosesTheModeIsFoundOut) {
                                      return effect.kind == DiskEffect::Kind::kMode;
                                  }),
                   effects.end());
-    EXPECT_GT(Judge(effects).bad, 0U);
+    ExpectFoundOut("without the mode", effects);
 }
 
 TEST_F(WorseSave, InPlaceIsFoundOut) {
     FillFile(DatabasePath(), kOperationDatabase);
     Record([&](CSIPTrunkConfig&) { SaveInPlace(DatabasePath(), "section {\n}\n"); });
-    EXPECT_GT(Judge(Effects()).bad, 0U);
+    ExpectFoundOut("in place", Effects());
 }

@@ -75,7 +75,12 @@ struct DiskState {
     struct stat status {};
 };
 
+unsigned runsOfAll = 0;
+
 class SystemCalls : public DeviceFixture, public ::testing::WithParamInterface<Situation> {
+  public:
+    static void TearDownTestSuite() { std::cout << runsOfAll << " runs in all" << std::endl; }
+
   protected:
     SystemCalls() {
         FillFiles();
@@ -249,6 +254,7 @@ class SystemCalls : public DeviceFixture, public ::testing::WithParamInterface<S
             UntilUndisturbed({Fault::Effect::kKill}, [&](const Fault& f) { return RunKilled(f); });
         std::cout << Operate().name << ": " << runs << " runs" << std::endl;
         RecordProperty("runs", std::to_string(runs));
+        runsOfAll += runs;
         EXPECT_TRUE(HasFailure() || !Operate().Saves() || runs >= kFewestRuns) << runs;
     }
 
