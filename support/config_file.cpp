@@ -30,9 +30,11 @@ std::size_t ConfigFile::ValueOffset(std::string_view line, std::string_view key)
 }
 
 bool ConfigFile::GetEntry(const char* key, char* buffer, unsigned int size) const {
+    // Without a look at the key, a comment could pass for an entry.
+    const bool isKey = KeyFault(key, m_separator, m_commentMark) == nullptr;
     bool found = false;
     std::string_view value;
-    for (LineScanner lines(m_text); lines.Next();) {
+    for (LineScanner lines(m_text); isKey && lines.Next();) {
         const std::size_t offset = ValueOffset(lines.Line(), key);
         if (offset != std::string_view::npos) {
             found = true;

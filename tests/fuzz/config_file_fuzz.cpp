@@ -26,8 +26,15 @@ std::string KeyOf(const std::string& line) {
     return begin == std::string::npos ? "" : key.substr(begin);
 }
 
+bool IsKey(const std::string& key) {
+    const std::string blanks = " \t";
+    return !key.empty() && key[0] != '#' && blanks.find(key.front()) == std::string::npos &&
+           blanks.find(key.back()) == std::string::npos &&
+           key.find_first_of("=\n") == std::string::npos;
+}
+
 bool HasKey(const std::string& line, const std::string& key) {
-    return line.find('=') != std::string::npos && KeyOf(line) == key;
+    return line.find('=') != std::string::npos && KeyOf(line) == key && IsKey(key);
 }
 
 std::optional<std::string> Get(const std::string& text, const std::string& key) {
@@ -56,10 +63,7 @@ std::string Set(const std::string& text, const std::string& key, const std::stri
 }
 
 bool IsStorable(const std::string& key, const std::string& value) {
-    const std::string blanks = " \t";
-    return !key.empty() && key[0] != '#' && blanks.find(key.front()) == std::string::npos &&
-           blanks.find(key.back()) == std::string::npos &&
-           key.find_first_of("=\n") == std::string::npos && value.find('\n') == std::string::npos;
+    return IsKey(key) && value.find('\n') == std::string::npos;
 }
 
 void CheckRead(const ConfigFile& file, const std::string& text, const std::string& key) {
