@@ -28,6 +28,10 @@ target_compile_options(siptrunkctl PRIVATE $<$<CONFIG:Release>:-Os> -ffunction-s
 target_link_options(siptrunkctl PRIVATE LINKER:--gc-sections)
 
 install(
+    FILES schema/siptrunkctl.schema.json
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/siptrunkctl"
+    COMPONENT tool)
+install(
     FILES completions/siptrunkctl.bash
     DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions"
     RENAME siptrunkctl
