@@ -137,7 +137,7 @@ class TemporaryFile {
     void TakeOwnerAndMode(const struct stat& old) {
         if (RetryInterrupted([&] { return fchown(m_file.Number(), old.st_uid, old.st_gid); }) ==
             -1) {
-            m_target.Fail("keep owner (save as that user or as root)");
+            m_target.Fail("keep owner and group (save as that user or as root)");
         }
         if (RetryInterrupted([&] { return fchmod(m_file.Number(), old.st_mode & 07777U); }) == -1) {
             m_target.Fail("keep mode");

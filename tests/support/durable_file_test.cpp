@@ -200,9 +200,9 @@ TEST_F(DurableFileTest, AnOwnerThatCannotBeKeptFailsTheSaveWithTheCure) {
     ASSERT_EQ(chmod(m_path.c_str(), 0666), 0);
     ASSERT_EQ(chmod(m_folder.Path().c_str(), 0777), 0);
     EXPECT_EQ(RunAsOrdinaryUser([&] {
-                  EXPECT_EQ(
-                      FailureToReplace(),
-                      m_path + ": keep owner (save as that user or as root): " + ErrorText(EPERM));
+                  EXPECT_EQ(FailureToReplace(),
+                            m_path + ": keep owner and group (save as that user or as root): " +
+                                ErrorText(EPERM));
               }),
               0);
     EXPECT_EQ(ReadFile(m_path), "old");
@@ -337,7 +337,7 @@ TEST_F(DurableFileTest, EveryFailureBeforeTheRenameLeavesTheOldFileAndNothingEls
         {Call::kFstatat, EIO, "stat"},
         {Call::kOpenat, EROFS, "create temporary file"},
         {Call::kOpenat, ENOSPC, "create temporary file"},
-        {Call::kFchown, EPERM, "keep owner (save as that user or as root)"},
+        {Call::kFchown, EPERM, "keep owner and group (save as that user or as root)"},
         {Call::kFchmod, EIO, "keep mode"},
         {Call::kWritev, ENOSPC, "write"},
         {Call::kWritev, EDQUOT, "write"},

@@ -197,10 +197,11 @@ TEST_F(Failures, ADatabaseOfAnotherOwnerIsNotPermittedToChange) {
     ASSERT_EQ(chmod(DatabasePath().c_str(), 0644), 0);
     ASSERT_EQ(chmod(DatabaseFolder().c_str(), 0777), 0);
     AsOrdinaryUser([&] {
-        ExpectFailure({"delete", "office"}, 6,
-                      DatabasePath() +
-                          ": keep owner (save as that user or as root): Operation not permitted; "
-                          "run this as root or as the file's owner");
+        ExpectFailure(
+            {"delete", "office"}, 6,
+            DatabasePath() +
+                ": keep owner and group (save as that user or as root): Operation not permitted; "
+                "run this as root or as the file's owner");
     });
     EXPECT_EQ(DatabaseText(), kTwoTrunks);
 }
