@@ -186,11 +186,9 @@ void MultiSectionFile::DeleteSectionEntry(const char* key) {
     for (EntryPlace place{}; FindEntry(key, position, place); position = place.end) {
         kept.append(section.substr(position, place.begin - position));
     }
-    if (position > 0) {
-        kept.append(section.substr(position));
-        m_section = std::move(kept);
-        m_sectionChanged = true;
-    }
+    kept.append(section.substr(position));
+    m_section = std::move(kept);
+    m_sectionChanged = true;
 }
 
 void MultiSectionFile::CheckCurrent() const {

@@ -56,9 +56,9 @@ class Block {
     __m128i m_parts[4];
 };
 
-// The bits of the block at `block` for the bytes from `position` on.
-std::uint64_t BitsFrom(std::size_t position, std::size_t block) {
-    const std::size_t before = std::max(position, block) - block;
+// The bits of the block at `block` for the bytes behind a seam.
+std::uint64_t BitsBehind(std::size_t seamEnd, std::size_t block) {
+    const std::size_t before = std::max(seamEnd, block) - block;
     return before < kBlock ? ~std::uint64_t{0} << before : 0;
 }
 
@@ -116,7 +116,7 @@ std::size_t SkipPlainLines(std::string_view text, std::size_t position, char sep
         std::uint64_t carried = 0;
         keyGoesOn = __builtin_add_overflow(keyBytes, starts | keyGoesOn, &carried) ? 1 : 0;
         const std::uint64_t keyEnds = carried & ~keyBytes;
-        std::uint64_t unusual = keyEnds & (~separators | starts) & BitsFrom(seamEnd, position);
+        std::uint64_t unusual = keyEnds & (~separators | starts) & BitsBehind(seamEnd, position);
         while (unusual != 0) {
             const std::size_t place = position + FirstBit(unusual);
             if (!IsSeam(text, place, seam)) {
@@ -124,7 +124,7 @@ std::size_t SkipPlainLines(std::string_view text, std::size_t position, char sep
             }
             ends.Add(place + 1);
             seamEnd = place + seam.size() - kBeforeCloserEnd;
-            unusual &= BitsFrom(seamEnd, position);
+            unusual &= BitsBehind(seamEnd, position);
         }
         firstStart = lineFeeds >> 63U;
     }
