@@ -212,6 +212,19 @@ TEST_F(LogStreamTest, APipeIsNoLogEvenWithAReader) {
     (void)close(reader);
 }
 
+TEST_F(LogStreamTest, ATerminalAsLogDoesNotBecomeThatOfTheProcess) {
+    const int code = RunWithoutTerminal([](const std::string& terminal) {
+        const Log log(terminal);
+        EXPECT_FALSE(HasTerminal());
+        (void)close(open(terminal.c_str(), O_RDWR | O_CLOEXEC));
+        EXPECT_TRUE(HasTerminal());  // as it would be
+    });
+    if (code == ChildProcess::kNotPermitted) {
+        GTEST_SKIP() << "there are no terminals to be had";
+    }
+    EXPECT_EQ(code, 0);
+}
+
 TEST_F(LogStreamTest, AFileWhoseKindTheSystemDoesNotTellIsALogAllTheSame) {
     {
         const FailingCall failing(Call::kFstat, EIO, 1, FailingCall::kAlways);

@@ -179,6 +179,17 @@ TEST_F(WholeFileTest, OnlyARegularFileIsReadAndNothingIsWaitedFor) {
     }
 }
 
+TEST_F(WholeFileTest, ATerminalThatIsRefusedDoesNotBecomeThatOfTheProcess) {
+    const int code = RunWithoutTerminal([](const std::string& terminal) {
+        EXPECT_THROW((void)ReadWholeFile(terminal.c_str(), false), std::system_error);
+        EXPECT_FALSE(HasTerminal());
+    });
+    if (code == ChildProcess::kNotPermitted) {
+        GTEST_SKIP() << "there are no terminals to be had";
+    }
+    EXPECT_EQ(code, 0);
+}
+
 TEST_F(WholeFileTest, AFileThatMayNotBeReadIsAFailure) {
     WriteFile(m_path, "text");
     ASSERT_EQ(chmod(m_path.c_str(), 0), 0);
