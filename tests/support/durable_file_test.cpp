@@ -445,7 +445,7 @@ TEST_F(DurableFileTest, ATemporaryNameThatIsTakenIsNotUsed) {
     }
     EXPECT_EQ(ReadFile(m_path), "new");
     {
-        const FailingCall taken(Call::kOpenat, EEXIST, 1, FailingCall::kAlways);
+        const FailingCall taken(Call::kOpenat, EEXIST, 1, 100);
         EXPECT_EQ(FailureToReplace(), m_path + ": create temporary file: " + ErrorText(EEXIST));
     }
     EXPECT_EQ(ReadFile(m_path), "new");

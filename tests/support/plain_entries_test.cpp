@@ -208,9 +208,11 @@ TEST(PlainEntriesTest, TheEndsOfAsManySectionsAreKeptAsThereIsRoomFor) {
     EXPECT_EQ(ends.count, room);
     EXPECT_EQ(ends.offsets[room - 1], room);
     if constexpr (sizeof(std::size_t) > sizeof(std::uint32_t)) {
-        SectionEnds none;
-        none.Add(std::size_t{UINT32_MAX} + 1);
-        EXPECT_EQ(none.count, 0U);
+        SectionEnds farOff;
+        farOff.Add(std::size_t{UINT32_MAX} + 1);
+        EXPECT_EQ(farOff.count, 0U);
+        farOff.Add(UINT32_MAX);
+        EXPECT_EQ(farOff.count, 1U);
     }
 }
 

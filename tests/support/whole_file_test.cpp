@@ -153,6 +153,13 @@ TEST_F(WholeFileTest, BehindALinkToNothingTheMissingFileIsMade) {
     EXPECT_EQ(ModeOf(m_folder.File("target")), 0600U);
 }
 
+TEST_F(WholeFileTest, AnEmptyTextTakesNoMemory) {
+    EXPECT_EQ(MakeText(0).bytes, nullptr);
+    EXPECT_EQ(MakeText(0).View(), "");
+    WriteFile(m_path, "");
+    EXPECT_EQ(ReadWholeFile(m_path.c_str(), false).bytes, nullptr);
+}
+
 TEST_F(WholeFileTest, LinksInACircleAreAFailure) {
     ASSERT_EQ(symlink("file", m_path.c_str()), 0);
     EXPECT_EQ(FailureToRead(true), m_path + ": open: " + ErrorText(ELOOP));
