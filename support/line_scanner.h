@@ -4,6 +4,11 @@
 #include <cstring>
 #include <string_view>
 
+/// Returns where the line begins that holds the byte at `position`.
+inline std::size_t LineBegin(std::string_view text, std::size_t position) {
+    return text.substr(0, position).rfind('\n') + 1;
+}
+
 /// Walks over the lines of a text. The text belongs to the caller and outlives the scanner.
 class LineScanner {
   public:

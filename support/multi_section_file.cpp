@@ -56,7 +56,7 @@ std::size_t MultiSectionFile::FindSectionEnd(std::size_t position) const {
         if (closer == std::string_view::npos) {
             return text.size();
         }
-        position = text.rfind('\n', closer) + 1;
+        position = LineBegin(text, closer);
     } while (m_grammar.KindAt(m_text.View(), position, end) != SectionGrammar::LineKind::kCloser);
     return end;
 }
