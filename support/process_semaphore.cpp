@@ -1,5 +1,6 @@
 #include "support/process_semaphore.h"
 
+#include <pthread.h>
 #include <sys/ipc.h>
 #include <sys/sem.h>
 #include <unistd.h>
@@ -30,9 +31,23 @@ key_t KeyOf(const std::string& name) {
     return key == IPC_PRIVATE ? 1 : key;  // IPC_PRIVATE would be a lock shared with nobody
 }
 
-// The calling thread, which is another one in the child of a fork, and the set that it holds.
+// The calling thread, 0 while it is not known. In the room that exists before a thread runs, so that
+// its first use takes no memory.
+thread_local pid_t callingThread __attribute__((tls_model("initial-exec"))) = 0;
+
+// Every operation needs the thread twice, so the kernel is asked once. In the child of a fork it is
+// another one, and asked anew.
+pid_t CallingThread() {
+    static const int unwatched = pthread_atfork(nullptr, nullptr, [] { callingThread = 0; });
+    if (callingThread == 0 || unwatched != 0) {  // GCOVR_EXCL_BR_LINE: pthread_atfork lacks memory
+        callingThread = gettid();
+    }
+    return callingThread;
+}
+
+// The calling thread and the set that it holds.
 std::uint64_t Holding(int set) {
-    return static_cast<std::uint64_t>(gettid()) << 32U | static_cast<std::uint32_t>(set);
+    return static_cast<std::uint64_t>(CallingThread()) << 32U | static_cast<std::uint32_t>(set);
 }
 
 const char* StepText(int error) {
