@@ -14,7 +14,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <ctime>
+#include <optional>
 #include <string>
+#include <utility>
 
 #include "support/file_descriptor.h"
 #include "support/system_call.h"
@@ -45,50 +47,28 @@ std::string NextSuffix(std::uint64_t& seed) {
     return suffix;
 }
 
-// Returns the path with the link at its end followed, and the link at that one's end, and so on.
-// Links in the folders are left to the kernel.
-std::string FollowLinks(const char* path) {
-    std::string followed = path;
-    char target[PATH_MAX];
-    for (int links = 0; links <= kMostLinks; ++links) {
-        const ssize_t length =
-            RetryInterrupted([&] { return readlink(followed.c_str(), target, sizeof(target)); });
-        if (length == -1 && errno == EINVAL) {
-            return followed;  // no link any more (readlink(2))
-        }
-        if (length == -1) {
-            ThrowSystemFailure(errno, path, "resolve");
-        }
-        // A relative target begins in the folder of its link.
-        followed.erase(target[0] == '/' ? 0 : followed.rfind('/') + 1);
-        followed.append(target, static_cast<std::size_t>(length));
-    }
-    ThrowSystemFailure(ELOOP, path, "resolve");
-}
-
-// The file that is replaced, seen from its folder.
+// The file that is replaced, seen from its folder. A link at the end of the path is followed, and the
+// link at that one's end, and so on; links in the folders are left to the kernel.
 class Target {
   public:
-    explicit Target(const char* path)
-        : m_path(path),
-          m_file(FollowLinks(path)),
-          m_nameBegin(m_file.rfind('/') + 1),
-          m_folder(OpenFolder()) {}
+    explicit Target(const char* path) : m_path(path), m_file(path) {
+        LookAtFile();
+        for (int links = 0; S_ISLNK(m_old.st_mode); ++links) {
+            if (links == kMostLinks) {
+                ThrowSystemFailure(ELOOP, m_path, "resolve");
+            }
+            FollowLink();
+            LookAtFile();
+        }
+        CheckRegular(m_path, m_old);
+    }
 
     [[noreturn]] void Fail(const char* step) const { ThrowSystemFailure(errno, m_path, step); }
 
-    struct stat Status() const {
-        struct stat file {};
-        if (RetryInterrupted(
-                [&] { return fstatat(Folder(), Name(), &file, AT_SYMLINK_NOFOLLOW); }) == -1) {
-            Fail("stat");
-        }
-        CheckRegular(m_path, file);
-        return file;
-    }
-
-    int Folder() const { return m_folder.Number(); }
+    int Folder() const { return m_folder->Number(); }
     const char* Name() const { return m_file.c_str() + m_nameBegin; }
+    /// The file's status before it is replaced.
+    const struct stat& Old() const { return m_old; }
 
     void SyncFolder() const {
         if (RetryInterrupted([&] { return fsync(Folder()); }) == 0) {
@@ -101,24 +81,40 @@ class Target {
     }
 
   private:
-    int OpenFolder() {
-        const char* folder = m_nameBegin == 0 ? "." : "/";
-        if (m_nameBegin > 1) {
-            folder = m_file.c_str();
-            m_file[m_nameBegin - 1] = '\0';  // two texts in one from now on: folder and name
-        }
+    void LookAtFile() {
+        m_nameBegin = m_file.rfind('/') + 1;
         const int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
-        const int opened = RetryInterrupted([&] { return open(folder, flags); });
-        if (opened == -1) {
+        const char kept =
+            std::exchange(m_file[m_nameBegin], '\0');  // leaves the folder for a moment
+        const char* folder = m_nameBegin == 0 ? "." : m_file.c_str();
+        m_folder.emplace(RetryInterrupted([&] { return open(folder, flags); }));
+        m_file[m_nameBegin] = kept;
+        if (Folder() == -1) {
             Fail("open folder");
         }
-        return opened;
+        if (RetryInterrupted(
+                [&] { return fstatat(Folder(), Name(), &m_old, AT_SYMLINK_NOFOLLOW); }) == -1) {
+            Fail("stat");
+        }
+    }
+
+    void FollowLink() {
+        char target[PATH_MAX];
+        const ssize_t length =
+            RetryInterrupted([&] { return readlinkat(Folder(), Name(), target, sizeof(target)); });
+        if (length == -1) {
+            Fail("resolve");
+        }
+        // A relative target begins in the folder of its link.
+        m_file.erase(target[0] == '/' ? 0 : m_nameBegin);
+        m_file.append(target, static_cast<std::size_t>(length));
     }
 
     const char* m_path;  // as the caller gave it, for messages
-    std::string m_file;  // with the links at its end followed; the name behind the folder
-    std::size_t m_nameBegin;
-    FileDescriptor m_folder;
+    std::string m_file;  // the same, with links at its end followed
+    std::size_t m_nameBegin = 0;
+    std::optional<FileDescriptor> m_folder;
+    struct stat m_old {};
 };
 
 // A file beside the target, removed unless it has become the target.
@@ -133,13 +129,21 @@ class TemporaryFile {
     TemporaryFile(const TemporaryFile&) = delete;
     TemporaryFile& operator=(const TemporaryFile&) = delete;
 
-    // The owner first: a change of owner clears bits of the mode (chown(2)).
-    void TakeOwnerAndMode(const struct stat& old) {
-        if (RetryInterrupted([&] { return fchown(m_file.Number(), old.st_uid, old.st_gid); }) ==
-            -1) {
+    // The owner first: a change of owner clears bits of the mode (chown(2)). Most often the temporary
+    // file has what it needs from its birth.
+    void TakeOwnerAndMode() {
+        const struct stat& old = m_target.Old();
+        struct stat made {};
+        if (RetryInterrupted([&] { return fstat(m_file.Number(), &made); }) == -1) {
+            m_target.Fail("stat temporary file");
+        }
+        if ((made.st_uid != old.st_uid || made.st_gid != old.st_gid) &&
+            RetryInterrupted([&] { return fchown(m_file.Number(), old.st_uid, old.st_gid); }) ==
+                -1) {
             m_target.Fail("keep owner and group (save as that user or as root)");
         }
-        if (RetryInterrupted([&] { return fchmod(m_file.Number(), old.st_mode & 07777U); }) == -1) {
+        if (made.st_mode != old.st_mode &&
+            RetryInterrupted([&] { return fchmod(m_file.Number(), old.st_mode & 07777U); }) == -1) {
             m_target.Fail("keep mode");
         }
     }
@@ -186,8 +190,7 @@ class TemporaryFile {
     int Create() {
         struct timespec now {};
         (void)clock_gettime(CLOCK_REALTIME, &now);
-        auto seed =
-            static_cast<std::uint64_t>(now.tv_nsec) ^ (static_cast<std::uint64_t>(getpid()) << 32U);
+        auto seed = static_cast<std::uint64_t>(now.tv_nsec);
         const int flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
         for (int attempt = 0; attempt < 100; ++attempt) {
             if (std::snprintf(m_name, sizeof(m_name), ".%s.%s", m_target.Name(),
@@ -260,9 +263,8 @@ void SweepLeftovers(const Target& target) {
 
 void ReplaceFile(const char* path, const TextPieces& pieces) {
     const Target target(path);
-    const struct stat old = target.Status();
     TemporaryFile temporary(target);
-    temporary.TakeOwnerAndMode(old);
+    temporary.TakeOwnerAndMode();
     temporary.Write(pieces);
     temporary.SyncAndClose();
     temporary.RenameToTarget();

@@ -283,14 +283,15 @@ REPLACEMENT(unlinkat, int, (int folder, const char* name, int flags)) {
         });
 }
 
-REPLACEMENT(readlink, ssize_t, (const char* path, char* target, size_t size)) {
+REPLACEMENT(readlinkat, ssize_t, (int folder, const char* path, char* target, size_t size)) {
     return Pass(CallKind::kResolve, ssize_t{-1},
-                [&](bool) { return REAL(readlink)(path, target, size); });
+                [&](bool) { return REAL(readlinkat)(folder, path, target, size); });
 }
 
-REPLACEMENT(__readlink_chk, ssize_t, (const char* path, char* target, size_t size, size_t most)) {
+REPLACEMENT(__readlinkat_chk, ssize_t,
+            (int folder, const char* path, char* target, size_t size, size_t most)) {
     return Pass(CallKind::kResolve, ssize_t{-1},
-                [&](bool) { return REAL(__readlink_chk)(path, target, size, most); });
+                [&](bool) { return REAL(__readlinkat_chk)(folder, path, target, size, most); });
 }
 
 REPLACEMENT(getdents64, ssize_t, (int folder, void* entries, size_t size)) {
