@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/sem.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -61,7 +62,7 @@ void WriteText(const std::string& path, std::string_view text) {
     std::ofstream file(path, std::ios::binary);
     file << text;
     file.close();
-    if (!file) {
+    if (!file || chmod(path.c_str(), 0600) != 0) {
         throw std::runtime_error(path + " cannot be written");
     }
 }
