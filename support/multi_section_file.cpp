@@ -2,7 +2,6 @@
 
 #include <stdexcept>
 
-#include "support/entry.h"
 #include "support/line_scanner.h"
 #include "support/plain_entries.h"
 
@@ -65,7 +64,7 @@ bool MultiSectionFile::GotoNextSection() {
     LeaveSection();
     m_begin = FindOpener(m_next, m_end);
     m_hasSection = m_begin < m_end;
-    m_end = m_nextEnd < m_ends.count ? m_ends.offsets[m_nextEnd++] : FindSectionEnd(m_end);
+    m_end = m_nextEnd < m_ends.count ? m_next + m_ends.lengths[m_nextEnd++] : FindSectionEnd(m_end);
     m_next = m_end;
     return m_hasSection;
 }
@@ -111,10 +110,9 @@ bool MultiSectionFile::FindEntry(std::string_view key, std::size_t position,
 }
 
 // Returns the value of the first entry with the key; a view of nothing at all (null) without one.
-std::string_view MultiSectionFile::FindValue(std::string_view key) const {
+std::string_view MultiSectionFile::FindValue(std::string_view key, bool isWord) const {
     CheckCurrent();
-    if (m_entriesArePlain && !m_sectionChanged && !key.empty() && !IsBlank(key.front()) &&
-        key.front() != m_grammar.CommentMark()) {
+    if (isWord && m_entriesArePlain && !m_sectionChanged) {
         return FindPlainEntry(m_text.View(), m_begin, m_end, key, m_grammar.Separator());
     }
     EntryPlace place{};
@@ -123,9 +121,9 @@ std::string_view MultiSectionFile::FindValue(std::string_view key) const {
                : std::string_view();
 }
 
-unsigned int MultiSectionFile::ReadEntry(std::string_view key, char* buffer,
+unsigned int MultiSectionFile::ReadEntry(std::string_view key, bool isWord, char* buffer,
                                          unsigned int size) const {
-    const std::string_view value = FindValue(key);
+    const std::string_view value = FindValue(key, isWord);
     const unsigned int length = CopyValue(value, buffer, size);
     return value.data() == nullptr ? 0 : length + 1;
 }
@@ -149,7 +147,7 @@ void MultiSectionFile::AddSection(bool first) {
     LeaveSection();
     FoldChanges();  // so that the text's last line is the one that stands there now
     m_next = first ? FindOpener(0, m_end) : m_text.size;
-    m_nextEnd = first ? 0 : m_ends.count;
+    m_nextEnd = m_ends.count;  // which are counted from the begin of the text on
     if (m_next == m_text.size && m_next > 0 && m_text.View().back() != '\n') {
         m_changes.push_back({m_next, m_next, "\n"});
     }
@@ -204,13 +202,9 @@ void MultiSectionFile::CheckChangeable() const {
     CheckCurrent();
 }
 
-// Keeps what was changed in the current section; no section is current then.
-void MultiSectionFile::LeaveSection() {
-    if (m_sectionChanged) {
-        m_changes.push_back({m_begin, m_end, std::move(m_section)});
-        m_section.clear();
-    }
-    m_hasSection = m_sectionChanged = false;
+void MultiSectionFile::KeepSection() {
+    m_changes.push_back({m_begin, m_end, std::move(m_section)});
+    m_section.clear();
 }
 
 // Makes the changes part of m_text, so that the walk can go back over them.

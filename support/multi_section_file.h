@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "support/durable_file.h"
+#include "support/entry.h"
 #include "support/section_grammar.h"
 #include "support/whole_file.h"
 
@@ -60,8 +61,8 @@ class MultiSectionFile {
     /// size    the buffer's size in bytes
     /// Returns 0 when the key is absent, otherwise the length of the text in the buffer and its NUL.
     unsigned int GetSectionEntry(const char* key, char* buffer, unsigned int size) const {
-        // Inline, so that the compiler knows the length of a literal key.
-        return ReadEntry(key, buffer, size);  // GCOVR_EXCL_BR_LINE: unwinding
+        // Inline, so that the compiler knows a literal key.
+        return ReadEntry(key, IsWord(key), buffer, size);  // GCOVR_EXCL_BR_LINE: unwinding
     }
     /// Sets an entry of the current section: the first with this key, or a new one behind the last.
     /// Returns true. Throws std::invalid_argument, before anything changes, when the file could not
@@ -105,12 +106,19 @@ class MultiSectionFile {
     std::string_view SectionText() const;
     std::string& ChangeableSection();
     bool FindEntry(std::string_view key, std::size_t position, EntryPlace& place) const;
-    std::string_view FindValue(std::string_view key) const;
-    unsigned int ReadEntry(std::string_view key, char* buffer, unsigned int size) const;
+    std::string_view FindValue(std::string_view key, bool isWord) const;
+    unsigned int ReadEntry(std::string_view key, bool isWord, char* buffer,
+                           unsigned int size) const;
     void InsertEntry(const char* key, const char* value);
     void CheckCurrent() const;
     void CheckChangeable() const;
-    void LeaveSection();
+    void LeaveSection() {
+        if (m_sectionChanged) {
+            KeepSection();
+        }
+        m_hasSection = m_sectionChanged = false;
+    }
+    void KeepSection();
     void FoldChanges();
     TextPieces Pieces(std::pmr::memory_resource* memory) const;
 
@@ -122,7 +130,7 @@ class MultiSectionFile {
     std::size_t m_nextEnd = 0;  // that of the section that follows, among them
 
     FileText m_text;                // as loaded, or as last folded
-    bool m_entriesArePlain;         // whether FindPlainEntry sees every entry of m_text
+    bool m_entriesArePlain;         // whether FindPlainEntry sees every entry of m_text with a word
     std::vector<Change> m_changes;  // of sections that the walk has left, in the order of m_text
     std::size_t m_next = 0;         // where the search for the next section begins
 

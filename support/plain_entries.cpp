@@ -6,10 +6,12 @@
 
 namespace {
 
+// Neither a blank nor a control byte, nor one of another alphabet.
+bool IsGraphic(char byte) { return static_cast<signed char>(byte) > ' '; }
+
 bool IsPlainEntry(std::string_view line, char separator) {
     std::size_t keyEnd = 0;
-    while (keyEnd < line.size() && static_cast<unsigned char>(line[keyEnd]) > ' ' &&
-           line[keyEnd] != separator) {
+    while (keyEnd < line.size() && IsGraphic(line[keyEnd]) && line[keyEnd] != separator) {
         ++keyEnd;
     }
     return keyEnd > 0 && keyEnd < line.size() && line[keyEnd] == separator &&
@@ -35,7 +37,8 @@ std::string_view FindPlainEntryByLine(std::string_view text, std::size_t begin, 
     (void)lines.Next();
     while (lines.Next()) {
         const std::string_view line = lines.Line();
-        if (line.substr(0, key.size()) == key && line.find(separator) == key.size()) {
+        if (line.size() > key.size() && line.substr(0, key.size()) == key &&
+            line[key.size()] == separator) {
             return line.substr(key.size() + 1);
         }
     }

@@ -12,11 +12,11 @@
 // Where the compiler knows SSE2, plain_entries_blocks.cpp looks at blocks of 64 bytes at once; elsewhere
 // the walk goes from line to line. Both give the same answers.
 
-/// Skips the lines that are plainly entries: a key without blanks or control bytes, the separator,
-/// and a value without NUL bytes. May also skip the seams between sections.
+/// Skips the lines that are plainly entries: a key of ASCII characters without blanks and control
+/// bytes, the separator, and a value without NUL bytes. May also skip the seams between sections.
 /// text       the whole text
-/// position   where a line inside of a section begins
-/// separator  the mark between key and value
+/// position   where a line inside of a section begins, behind the section's opener
+/// separator  the mark between key and value, such a character itself
 /// seam       the lines between the entries of two sections, and the line feed before them
 /// ends       receives where the sections end whose seams were skipped
 /// Returns where the first line begins that is not plainly an entry, or the text's size; the line is
@@ -26,9 +26,10 @@
 std::size_t SkipPlainLines(std::string_view text, std::size_t position, char separator,
                            std::string_view seam, SectionEnds& ends);
 
-/// Finds the first line whose text before its first separator is `key`.
+/// Finds the first line that begins with `key` and the separator.
 /// text        the whole text
 /// begin, end  the stretch to search; the line that holds `begin` is not looked at
+/// key         holds neither the separator nor a line feed
 /// Returns its value, or a view of nothing at all (null) when there is no such line.
 std::string_view FindPlainEntry(std::string_view text, std::size_t begin, std::size_t end,
                                 std::string_view key, char separator);

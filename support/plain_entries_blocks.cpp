@@ -18,63 +18,37 @@ __m128i Load(const char* bytes) { return _mm_loadu_si128(reinterpret_cast<const 
 // Of 16 or 64 bytes: bit i tells of byte i.
 std::uint64_t Bits(__m128i part) { return static_cast<unsigned int>(_mm_movemask_epi8(part)); }
 
-template <typename Test>
-std::uint64_t Marks(const char* block, Test test) {
-    return Bits(test(Load(block))) | Bits(test(Load(block + kPart))) << kPart |
-           Bits(test(Load(block + 2 * kPart))) << 2 * kPart |
-           Bits(test(Load(block + 3 * kPart))) << 3 * kPart;
+std::uint64_t Bits(__m128i first, __m128i second, __m128i third, __m128i fourth) {
+    return Bits(first) | Bits(second) << kPart | Bits(third) << 2 * kPart |
+           Bits(fourth) << 3 * kPart;
 }
 
-auto Is(char byte) {
-    return [wanted = _mm_set1_epi8(byte)](__m128i part) { return _mm_cmpeq_epi8(part, wanted); };
+__m128i Is(__m128i part, __m128i wanted) { return _mm_cmpeq_epi8(part, wanted); }
+
+__m128i IsEither(__m128i part, __m128i one, __m128i other) {
+    return _mm_or_si128(Is(part, one), Is(part, other));
 }
 
-// A blank or a control byte, such as the line feed.
-__m128i IsLow(__m128i part) {
-    const __m128i blank = _mm_set1_epi8(' ');
-    return _mm_cmpeq_epi8(_mm_max_epu8(part, blank), blank);
-}
+// A blank, a control byte, or one of another alphabet (which are negative).
+__m128i IsLow(__m128i part) { return _mm_cmplt_epi8(part, _mm_set1_epi8(' ' + 1)); }
 
 std::size_t FirstBit(std::uint64_t bits) { return static_cast<unsigned>(__builtin_ctzll(bits)); }
 
-// The bits of the block at `block` for the bytes behind a seam.
-std::uint64_t BitsBehind(std::size_t seamEnd, std::size_t block) {
-    const std::size_t before = std::max(seamEnd, block) - block;
-    return before < kBlock ? ~std::uint64_t{0} << before : 0;
-}
-
-// Collects the smallest byte of each lane, to find a NUL at the end of the walk.
-__m128i Lowest(__m128i before, const char* block) {
-    return _mm_min_epu8(
-        before, _mm_min_epu8(_mm_min_epu8(Load(block), Load(block + kPart)),
-                             _mm_min_epu8(Load(block + 2 * kPart), Load(block + 3 * kPart))));
-}
-
-bool HoldsNul(__m128i lowest) { return Bits(Is('\0')(lowest)) != 0; }
-
-// A seam is met at the end of the closer's line, behind a line feed and the closer.
+// A seam is met at the end of the closer's line, behind a line feed and the closer. Before the first
+// line inside of a section there is at least as much: the section's opener.
 constexpr std::size_t kBeforeCloserEnd = 2;
 
-bool IsSeam(std::string_view text, std::size_t closerEnd, std::string_view seam) {
-    return closerEnd >= kBeforeCloserEnd &&
-           IsSameText(text.substr(closerEnd - kBeforeCloserEnd, seam.size()), seam);
-}
-
-// Keys and values are short: a call of memchr would cost more than the search.
-std::size_t FirstOf(std::string_view text, std::size_t position, char one, char other) {
-    const auto isOne = Is(one);
-    const auto isOther = Is(other);
-    for (; text.size() - position >= kPart; position += kPart) {
-        const __m128i part = Load(text.data() + position);
-        const std::uint64_t places = Bits(_mm_or_si128(isOne(part), isOther(part)));
+// Values are short: a call of memchr would cost more than the search. There are at least as many bytes
+// as a part has before `end`.
+const char* FindByte(const char* from, const char* end, __m128i wanted) {
+    for (; end - from >= std::ptrdiff_t{kPart}; from += kPart) {
+        const std::uint64_t places = Bits(Is(Load(from), wanted));
         if (places != 0) {
-            return position + FirstBit(places);
+            return from + FirstBit(places);
         }
     }
-    while (position < text.size() && text[position] != one && text[position] != other) {
-        ++position;
-    }
-    return position;
+    const std::uint64_t places = Bits(Is(Load(end - kPart), wanted)) >> (from - (end - kPart));
+    return places == 0 ? end : from + FirstBit(places);
 }
 
 }  // namespace
@@ -84,35 +58,54 @@ std::size_t FirstOf(std::string_view text, std::size_t position, char one, char 
 // that byte is the separator and not the start itself. A seam has two other ends.
 std::size_t SkipPlainLines(std::string_view text, std::size_t position, char separator,
                            std::string_view seam, SectionEnds& ends) {
-    const auto isLineFeed = Is('\n');
-    const auto isSeparator = Is(separator);
-    __m128i lowest = _mm_set1_epi8(' ');
+    if (seam.size() > kBlock) {
+        return SkipPlainEntriesByLine(text, position, separator);
+    }
+    const __m128i lineFeed = _mm_set1_epi8('\n');
+    const __m128i mark = _mm_set1_epi8(separator);
+    __m128i lowest = lineFeed;  // the smallest byte of each lane so far, to find a NUL
+    const std::uint64_t behindCloser = (std::uint64_t{1} << (seam.size() - kBeforeCloserEnd)) - 1;
+    const auto holdsNul = [&] { return Bits(Is(lowest, _mm_setzero_si128())) != 0; };
     std::size_t seamEnd = position;  // of the seam that was found last
+    std::uint64_t seamGoesOn = 0;    // the bytes of the block that belong to it, from before
     std::uint64_t firstStart = 1;    // whether a line starts with the block
     std::uint64_t keyGoesOn = 0;     // whether a key reaches into the block
-    for (; text.size() - position >= kBlock; position += kBlock) {
+    for (; text.size() - position >= kBlock + seam.size(); position += kBlock) {
         const char* block = text.data() + position;
-        lowest = Lowest(lowest, block);
-        const std::uint64_t separators = Marks(block, isSeparator);
-        const std::uint64_t lineFeeds = Marks(block, isLineFeed);
-        const std::uint64_t keyBytes = ~(separators | Marks(block, IsLow));
+        const __m128i first = Load(block);
+        const __m128i second = Load(block + kPart);
+        const __m128i third = Load(block + 2 * kPart);
+        const __m128i fourth = Load(block + 3 * kPart);
+        lowest = _mm_min_epu8(
+            lowest, _mm_min_epu8(_mm_min_epu8(first, second), _mm_min_epu8(third, fourth)));
+        const std::uint64_t marks =
+            Bits(IsEither(first, lineFeed, mark), IsEither(second, lineFeed, mark),
+                 IsEither(third, lineFeed, mark), IsEither(fourth, lineFeed, mark));
+        const std::uint64_t low = Bits(IsLow(first), IsLow(second), IsLow(third), IsLow(fourth));
+        const std::uint64_t lineFeeds = marks & low;
+        const std::uint64_t keyBytes = ~(marks | low);
         const std::uint64_t starts = (lineFeeds << 1U) | firstStart;
         std::uint64_t carried = 0;
         keyGoesOn = __builtin_add_overflow(keyBytes, starts | keyGoesOn, &carried) ? 1 : 0;
-        const std::uint64_t keyEnds = carried & ~keyBytes;
-        std::uint64_t unusual = keyEnds & (~separators | starts) & BitsBehind(seamEnd, position);
+        std::uint64_t unusual = carried & ~keyBytes & (low | starts);
+        if (unusual != 0) {
+            unusual &= ~seamGoesOn;
+        }
+        seamGoesOn = 0;
         while (unusual != 0) {
-            const std::size_t place = position + FirstBit(unusual);
-            if (!IsSeam(text, place, seam)) {
-                return HoldsNul(lowest) ? std::string_view::npos : LineBegin(text, place);
+            const std::size_t bit = FirstBit(unusual);
+            const char* met = block + bit - kBeforeCloserEnd;
+            if (!IsSameText({met, seam.size()}, seam)) {
+                return holdsNul() ? std::string_view::npos : LineBegin(text, position + bit);
             }
-            ends.Add(place + 1);
-            seamEnd = place + seam.size() - kBeforeCloserEnd;
-            unusual &= BitsBehind(seamEnd, position);
+            ends.Add(position + bit + 1);
+            seamEnd = position + bit + seam.size() - kBeforeCloserEnd;
+            unusual &= ~(behindCloser << bit);
+            seamGoesOn = behindCloser >> 1U >> (63U - bit);
         }
         firstStart = lineFeeds >> 63U;
     }
-    if (HoldsNul(lowest)) {
+    if (holdsNul()) {
         return std::string_view::npos;
     }
     return SkipPlainEntriesByLine(text, std::max(seamEnd, LineBegin(text, position)), separator);
@@ -121,25 +114,25 @@ std::size_t SkipPlainLines(std::string_view text, std::size_t position, char sep
 // Looks at 32 places at a time: is there a line feed, and the separator a key's length behind it?
 std::string_view FindPlainEntry(std::string_view text, std::size_t begin, std::size_t end,
                                 std::string_view key, char separator) {
-    const auto isLineFeed = Is('\n');
-    const auto isSeparator = Is(separator);
+    const __m128i lineFeed = _mm_set1_epi8('\n');
+    const __m128i mark = _mm_set1_epi8(separator);
     const std::size_t distance = key.size() + 1;
     const auto startsIn = [&](const char* bytes) {
-        return _mm_and_si128(isLineFeed(Load(bytes)), isSeparator(Load(bytes + distance)));
+        return _mm_and_si128(Is(Load(bytes), lineFeed), Is(Load(bytes + distance), mark));
     };
-    for (; begin < end && text.size() - begin >= distance + 2 * kPart; begin += 2 * kPart) {
-        const __m128i first = startsIn(text.data() + begin);
-        const __m128i second = startsIn(text.data() + begin + kPart);
-        if (Bits(_mm_or_si128(first, second)) == 0) {
-            continue;
-        }
-        std::uint64_t places = Bits(first) | Bits(second) << kPart;
-        for (; places != 0; places &= places - 1) {
-            const std::size_t line = begin + FirstBit(places) + 1;
-            if (line < end && IsSameText(text.substr(line, key.size()), key) &&
-                FirstOf(text, line, separator, '\n') == line + key.size()) {
-                const std::size_t value = line + distance;
-                return text.substr(value, FirstOf(text, value, '\n', '\n') - value);
+    const char* const textEnd = text.data() + text.size();
+    const std::size_t looked = distance + 2 * kPart;  // bytes from a place on
+    const std::size_t last = text.size() < looked ? 0 : std::min(end, text.size() - looked + 1);
+    for (; begin < last; begin += 2 * kPart) {
+        const char* places = text.data() + begin;
+        std::uint64_t bits = Bits(startsIn(places)) | Bits(startsIn(places + kPart)) << kPart;
+        for (; bits != 0; bits &= bits - 1) {
+            const std::size_t line = begin + FirstBit(bits) + 1;
+            const char* found = text.data() + line;
+            const char* value = found + distance;
+            if (line < end && IsSameText({found, key.size()}, key)) {
+                const char* valueEnd = FindByte(value, textEnd, lineFeed);
+                return {value, static_cast<std::size_t>(valueEnd - value)};
             }
         }
     }

@@ -7,7 +7,6 @@
 #include "support/entry.h"
 #include "support/line_scanner.h"
 #include "support/plain_entries.h"
-#include "support/short_text.h"
 
 namespace Configuration {
 
@@ -25,22 +24,21 @@ namespace {
 
 SectionGrammar::SectionGrammar(const char* keyword, const char* opener, const char* closer,
                                const char* separator, const char* commentMark)
-    : m_keyword(keyword),
-      m_opener(*opener),
-      m_closer(*closer),
-      m_separator(*separator),
-      m_commentMark(*commentMark),
-      m_openerLine(m_keyword + " " + m_opener + "\n"),
-      m_seam(std::string("\n") + m_closer + "\n" + m_openerLine) {}
+    : m_opener(*opener), m_closer(*closer), m_separator(*separator), m_commentMark(*commentMark) {
+    m_seam.append({'\n', m_closer, '\n'}).append(keyword).append({' ', m_opener, '\n'});
+}
 
-std::string SectionGrammar::EmptySection() const { return m_openerLine + m_closer + "\n"; }
+std::string SectionGrammar::EmptySection() const {
+    return std::string(OpenerLine()).append({m_closer, '\n'});
+}
 
 bool SectionGrammar::IsOpener(std::string_view trimmedLine) const {
-    if (trimmedLine.size() <= m_keyword.size() || trimmedLine.back() != m_opener ||
-        trimmedLine.substr(0, m_keyword.size()) != m_keyword) {
+    const std::string_view keyword = Keyword();
+    if (trimmedLine.size() <= keyword.size() || trimmedLine.back() != m_opener ||
+        trimmedLine.substr(0, keyword.size()) != keyword) {
         return false;
     }
-    trimmedLine.remove_prefix(m_keyword.size());
+    trimmedLine.remove_prefix(keyword.size());
     trimmedLine.remove_suffix(1);
     return WithoutLeadingBlanks(trimmedLine).empty();
 }
@@ -68,19 +66,8 @@ SectionGrammar::LineKind SectionGrammar::KindOf(std::string_view line) const {
     return trimmed.back() == '\r' ? LineKind::kReturn : LineKind::kOther;
 }
 
-// The lines between two sections as this library writes them are the most frequent ones, and known
-// without a closer look.
-SectionGrammar::LineKind SectionGrammar::KindAt(std::string_view text, std::size_t position,
-                                                std::size_t& end) const {
-    const std::string_view rest = text.substr(position);
-    if (rest.size() > 1 && rest[0] == m_closer && rest[1] == '\n') {
-        end = position + 2;
-        return LineKind::kCloser;
-    }
-    if (IsSameText(rest.substr(0, m_openerLine.size()), m_openerLine)) {
-        end = position + m_openerLine.size();
-        return LineKind::kOpener;
-    }
+SectionGrammar::LineKind SectionGrammar::KindOfLineAt(std::string_view text, std::size_t position,
+                                                      std::size_t& end) const {
     LineScanner lines(text, position);
     (void)lines.Next();
     end = lines.End();
@@ -121,7 +108,7 @@ std::size_t SectionGrammar::LastOpener(std::string_view text) const {
 
 bool SectionGrammar::Check(const std::string& path, std::string_view text,
                            SectionEnds& ends) const {
-    bool entriesArePlain = true;
+    bool entriesArePlain = !IsWordByte(m_separator) && !IsWordByte(m_commentMark);
     bool inSection = false;
     bool holdsNul = false;  // then there is a fault to find, and no hurry
     std::size_t end = 0;

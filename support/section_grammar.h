@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "support/section_ends.h"
+#include "support/short_text.h"
 
 namespace Configuration {
 
@@ -31,7 +32,20 @@ class SectionGrammar {
 
     /// Tells the kind of the line that begins at `position` in `text`; `end` receives where the
     /// next line begins.
-    LineKind KindAt(std::string_view text, std::size_t position, std::size_t& end) const;
+    LineKind KindAt(std::string_view text, std::size_t position, std::size_t& end) const {
+        // The lines between two sections as this library writes them are the most frequent ones,
+        // and known without a closer look.
+        const std::string_view rest = text.substr(position);
+        if (IsSameText(rest.substr(0, OpenerLine().size()), OpenerLine())) {
+            end = position + OpenerLine().size();
+            return LineKind::kOpener;
+        }
+        if (rest.size() > 1 && rest[0] == m_closer && rest[1] == '\n') {
+            end = position + 2;
+            return LineKind::kCloser;
+        }
+        return KindOfLineAt(text, position, end);
+    }
 
     /// Tells why a line of this kind may not stand inside or outside of a section, null when it
     /// may.
@@ -40,7 +54,8 @@ class SectionGrammar {
     /// Checks a whole text.
     /// path  the file's name, for the failure's text
     /// ends  receives where the first sections end
-    /// Returns whether all entries are plain (support/plain_entries.h).
+    /// Returns whether all entries are plain (support/plain_entries.h), and no mark is part of a word
+    /// (support/entry.h).
     /// Throws std::runtime_error with the text "path:line: reason" at the first line that breaks
     /// the grammar, or holds a NUL byte, as lost writes leave them on flash.
     bool Check(const std::string& path, std::string_view text, SectionEnds& ends) const;
@@ -52,17 +67,19 @@ class SectionGrammar {
     std::string EmptySection() const;
 
   private:
+    // The line that opens a section, as it is written; then the keyword alone.
+    std::string_view OpenerLine() const { return std::string_view(m_seam).substr(3); }
+    std::string_view Keyword() const { return OpenerLine().substr(0, OpenerLine().size() - 3); }
+    LineKind KindOfLineAt(std::string_view text, std::size_t position, std::size_t& end) const;
     LineKind KindOf(std::string_view line) const;
     bool IsOpener(std::string_view trimmedLine) const;
     std::size_t LastOpener(std::string_view text) const;
 
-    std::string m_keyword;
     char m_opener;
     char m_closer;
     char m_separator;
     char m_commentMark;
-    std::string m_openerLine;  // as it is written
-    std::string m_seam;        // as it is written between the entries of two sections
+    std::string m_seam;  // what is written between the entries of two sections
 };
 
 }  // namespace Configuration

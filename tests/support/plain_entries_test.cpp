@@ -29,7 +29,7 @@ const std::string_view kSeamLines = std::string_view(kSeam).substr(1);
 // Where the first unusual line begins, a seam or not, and the ends of the sections before it.
 struct Walked {
     std::size_t position;
-    std::vector<std::uint32_t> ends;
+    std::vector<std::uint16_t> ends;  // the sections' lengths
 
     bool operator==(const Walked& other) const {
         return position == other.position && ends == other.ends;
@@ -47,7 +47,7 @@ Walked WalkWith(std::string_view text, std::size_t position, const Skip& skip) {
     for (;;) {
         const std::size_t stop = skip(position, ends);
         if (stop == std::string_view::npos || text.substr(stop, kSeamLines.size()) != kSeamLines) {
-            return {stop, {ends.offsets, ends.offsets + ends.count}};
+            return {stop, {ends.lengths, ends.lengths + ends.count}};
         }
         ends.Add(stop + 2);
         position = stop + kSeamLines.size();
@@ -82,7 +82,7 @@ std::size_t FirstUnusualLine(const std::string& text) {
         const std::size_t keyEnd = std::min(line.find('='), line.size());
         const bool hasKey =
             keyEnd > 0 && std::all_of(line.data(), line.data() + keyEnd,
-                                      [](char b) { return static_cast<unsigned char>(b) > ' '; });
+                                      [](char b) { return static_cast<signed char>(b) > ' '; });
         if (!hasKey || keyEnd == line.size() || line.find('\0') != std::string::npos) {
             return lines.Begin();
         }
@@ -103,6 +103,8 @@ TEST(PlainEntriesTest, TheWalkEndsAtTheFirstLineThatIsNotPlainlyAnEntry) {
                                 "a\tb=1",
                                 "# c",
                                 "section {",
+                                "\x80=1",
+                                "k\xff=1",
                                 std::string("a=\0", 3),
                                 std::string("a\0=1", 4),
                                 std::string(1, '\0')};
@@ -111,7 +113,7 @@ TEST(PlainEntriesTest, TheWalkEndsAtTheFirstLineThatIsNotPlainlyAnEntry) {
         for (const std::string& end : ends) {
             for (const std::string& before :
                  {std::string(length, 'k') + "k=v\n", "k=" + std::string(length, 'v') + "\n",
-                  "k=v\n\xff=\xff\n#a=b=c\n" + std::string(length, '}') + "k=\n"}) {
+                  "k=v\n!\x7f=\xff\n#a=b=c\n" + std::string(length, '}') + "k=\n"}) {
                 const std::string text = before + end + (end.empty() ? "" : "\na=1\nb=2\n}\n");
                 const FileText copy = TightCopy(text);
                 ASSERT_EQ(Skip(copy.View()), before.size()) << text;
@@ -173,6 +175,17 @@ TEST(PlainEntriesTest, SeamsAreSkippedWhereverTheyStand) {
     }
 }
 
+TEST(PlainEntriesTest, NoSeamIsSkippedThatIsLongerThanABlock) {
+    for (std::size_t length = 50; length < 80; ++length) {
+        const std::string seamLines = "}\n" + std::string(length, 's') + " {\n";
+        const std::string text = "a=1\n" + seamLines + "b=" + std::string(200, 'b') + "\n";
+        SectionEnds ends;
+        const std::size_t stop = SkipPlainLines(text, 0, '=', "\n" + seamLines, ends);
+        EXPECT_EQ(stop, ends.count == 0 ? 4 : text.size()) << length;
+        EXPECT_LE(ends.count, seamLines.size() < 64 ? 1U : 0U) << length;
+    }
+}
+
 TEST(PlainEntriesTest, RandomSectionsAreWalkedAsFromLineToLine) {
     std::mt19937 random(2);
     const std::string pieces[] = {
@@ -201,19 +214,24 @@ TEST(PlainEntriesTest, RandomSectionsAreWalkedAsFromLineToLine) {
 
 TEST(PlainEntriesTest, TheEndsOfAsManySectionsAreKeptAsThereIsRoomFor) {
     SectionEnds ends;
-    const std::size_t room = std::size(ends.offsets);
-    for (std::size_t end = 1; end <= room + 1; ++end) {
-        ends.Add(end);
+    const std::size_t room = std::size(ends.lengths);
+    for (std::size_t section = 1; section <= room + 1; ++section) {
+        ends.Add(10 * section + 1);
     }
     EXPECT_EQ(ends.count, room);
-    EXPECT_EQ(ends.offsets[room - 1], room);
-    if constexpr (sizeof(std::size_t) > sizeof(std::uint32_t)) {
-        SectionEnds farOff;
-        farOff.Add(std::size_t{UINT32_MAX} + 1);
-        EXPECT_EQ(farOff.count, 0U);
-        farOff.Add(UINT32_MAX);
-        EXPECT_EQ(farOff.count, 1U);
-    }
+    EXPECT_EQ(ends.lengths[0], 11U);
+    EXPECT_EQ(ends.lengths[1], 10U);
+    EXPECT_EQ(ends.lengths[room - 1], 10U);
+}
+
+TEST(PlainEntriesTest, NoEndIsKeptBehindASectionThatIsTooLong) {
+    SectionEnds ends;
+    ends.Add(10);
+    ends.Add(10 + UINT16_MAX);
+    ends.Add(10 + 2 * UINT16_MAX + 1);
+    ends.Add(20 + 2 * UINT16_MAX + 1);
+    EXPECT_EQ(ends.count, 2U);
+    EXPECT_EQ(ends.lengths[1], UINT16_MAX);
 }
 
 std::string_view Find(std::string_view text, std::size_t begin, std::size_t end,
@@ -249,9 +267,9 @@ TEST(PlainEntriesTest, AnEntryIsFoundByItsWholeKeyInItsStretchAlone) {
         {"\na=", 0, 3, "a", ""},
         {"\na", 0, 2, "a", nullptr},
         {"", 0, 0, "a", nullptr},
-        {"{\na=1=2\n}\n" + sections, 0, 20, "a=1", nullptr},
-        {"{\nb=1\na=2\n}\n" + sections, 0, 20, "b=1\na", nullptr},
-        {std::string(27, 'x') + "\nb\na=2345", 0, 36, "b\na", nullptr},
+        {"{\na=1=2\n}\n" + sections, 0, 20, "a", "1=2"},
+        {"{\nb=1\na=2\n}\n" + sections, 0, 20, "a", "2"},
+        {"{\nb=a=1\n}\n" + sections, 0, 20, "a", nullptr},
     };
     for (const Case& c : cases) {
         const FileText copy = TightCopy(c.text);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -24,6 +25,20 @@ TEST(ShortTextTest, TextsAreTheSameWhenEachByteIs) {
 TEST(ShortTextTest, NothingAndTheEmptyTextAreTheSame) {
     EXPECT_TRUE(IsSameText({}, ""));
     EXPECT_FALSE(IsSameText({}, "a"));
+}
+
+TEST(ShortTextTest, ATextOfAnyLengthIsCopiedWholeAndNothingElse) {
+    for (std::size_t length = 0; length < 40; ++length) {
+        std::vector<char>
+            text;  // without a byte behind it, so that a sanitizer sees each wrong read
+        for (std::size_t place = 0; place < length; ++place) {
+            text.push_back(static_cast<char>('A' + place));
+        }
+        std::vector<char> target(length + 2, '.');
+        CopyText({text.data(), length}, target.data() + 1);
+        const std::string expected = "." + std::string(text.begin(), text.end()) + ".";
+        EXPECT_EQ(std::string(target.begin(), target.end()), expected) << length;
+    }
 }
 
 }  // namespace
