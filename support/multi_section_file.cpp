@@ -113,7 +113,9 @@ bool MultiSectionFile::FindEntry(std::string_view key, std::size_t position,
 std::string_view MultiSectionFile::FindValue(std::string_view key, bool isWord) const {
     CheckCurrent();
     if (isWord && m_entriesArePlain && !m_sectionChanged) {
-        return FindPlainEntry(m_text.View(), m_begin, m_end, key, m_grammar.Separator());
+        const char* text = m_text.bytes.get();
+        return FindPlainEntry({text + m_begin, m_end - m_begin}, text + m_text.size, key,
+                              m_grammar.Separator());
     }
     EntryPlace place{};
     return FindEntry(key, 0, place)

@@ -30,10 +30,9 @@ std::size_t SkipPlainEntriesByLine(std::string_view text, std::size_t position, 
     return text.size();
 }
 
-// Of the line that holds `begin`, only the rest is looked at, and that is no entry.
-std::string_view FindPlainEntryByLine(std::string_view text, std::size_t begin, std::size_t end,
-                                      std::string_view key, char separator) {
-    LineScanner lines(text.substr(0, end), begin);
+std::string_view FindPlainEntryByLine(std::string_view stretch, std::string_view key,
+                                      char separator) {
+    LineScanner lines(stretch);
     (void)lines.Next();
     while (lines.Next()) {
         const std::string_view line = lines.Line();
@@ -52,9 +51,9 @@ std::size_t SkipPlainLines(std::string_view text, std::size_t position, char sep
     return SkipPlainEntriesByLine(text, position, separator);
 }
 
-std::string_view FindPlainEntry(std::string_view text, std::size_t begin, std::size_t end,
+std::string_view FindPlainEntry(std::string_view stretch, const char* /*textEnd*/,
                                 std::string_view key, char separator) {
-    return FindPlainEntryByLine(text, begin, end, key, separator);
+    return FindPlainEntryByLine(stretch, key, separator);
 }
 
 #endif

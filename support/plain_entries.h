@@ -27,14 +27,14 @@ std::size_t SkipPlainLines(std::string_view text, std::size_t position, char sep
                            std::string_view seam, SectionEnds& ends);
 
 /// Finds the first line that begins with `key` and the separator.
-/// text        the whole text
-/// begin, end  the stretch to search; the line that holds `begin` is not looked at
-/// key         holds neither the separator nor a line feed
+/// stretch  what to search, a section; its first line is not looked at
+/// textEnd  where the text ends that the stretch is a part of
+/// key      holds neither the separator nor a line feed
 /// Returns its value, or a view of nothing at all (null) when there is no such line.
-std::string_view FindPlainEntry(std::string_view text, std::size_t begin, std::size_t end,
-                                std::string_view key, char separator);
+std::string_view FindPlainEntry(std::string_view stretch, const char* textEnd, std::string_view key,
+                                char separator);
 
 // The same from line to line; no seam is skipped.
 std::size_t SkipPlainEntriesByLine(std::string_view text, std::size_t position, char separator);
-std::string_view FindPlainEntryByLine(std::string_view text, std::size_t begin, std::size_t end,
-                                      std::string_view key, char separator);
+std::string_view FindPlainEntryByLine(std::string_view stretch, std::string_view key,
+                                      char separator);

@@ -112,31 +112,30 @@ std::size_t SkipPlainLines(std::string_view text, std::size_t position, char sep
 }
 
 // Looks at 32 places at a time: is there a line feed, and the separator a key's length behind it?
-std::string_view FindPlainEntry(std::string_view text, std::size_t begin, std::size_t end,
-                                std::string_view key, char separator) {
+std::string_view FindPlainEntry(std::string_view stretch, const char* textEnd, std::string_view key,
+                                char separator) {
     const __m128i lineFeed = _mm_set1_epi8('\n');
     const __m128i mark = _mm_set1_epi8(separator);
     const std::size_t distance = key.size() + 1;
     const auto startsIn = [&](const char* bytes) {
         return _mm_and_si128(Is(Load(bytes), lineFeed), Is(Load(bytes + distance), mark));
     };
-    const char* const textEnd = text.data() + text.size();
-    const std::size_t looked = distance + 2 * kPart;  // bytes from a place on
-    const std::size_t last = text.size() < looked ? 0 : std::min(end, text.size() - looked + 1);
-    for (; begin < last; begin += 2 * kPart) {
-        const char* places = text.data() + begin;
-        std::uint64_t bits = Bits(startsIn(places)) | Bits(startsIn(places + kPart)) << kPart;
-        for (; bits != 0; bits &= bits - 1) {
-            const std::size_t line = begin + FirstBit(bits) + 1;
-            const char* found = text.data() + line;
-            const char* value = found + distance;
-            if (line < end && IsSameText({found, key.size()}, key)) {
-                const char* valueEnd = FindByte(value, textEnd, lineFeed);
-                return {value, static_cast<std::size_t>(valueEnd - value)};
+    const char* at = stretch.data();
+    const char* const end = at + stretch.size();
+    const auto looked = static_cast<std::ptrdiff_t>(distance + 2 * kPart);  // bytes from a place on
+    for (; at < end && textEnd - at >= looked; at += 2 * kPart) {
+        std::uint64_t places = Bits(startsIn(at)) | Bits(startsIn(at + kPart)) << kPart;
+        for (; places != 0; places &= places - 1) {
+            const char* line = at + FirstBit(places) + 1;
+            if (line < end && IsSameText({line, key.size()}, key)) {
+                const char* value = line + distance;
+                return {value,
+                        static_cast<std::size_t>(FindByte(value, textEnd, lineFeed) - value)};
             }
         }
     }
-    return FindPlainEntryByLine(text, begin, end, key, separator);
+    const std::size_t rest = at < end ? static_cast<std::size_t>(end - at) : 0;
+    return FindPlainEntryByLine({at, rest}, key, separator);
 }
 
 #endif

@@ -236,8 +236,10 @@ TEST(PlainEntriesTest, NoEndIsKeptBehindASectionThatIsTooLong) {
 
 std::string_view Find(std::string_view text, std::size_t begin, std::size_t end,
                       std::string_view key) {
-    const std::string_view found = FindPlainEntry(text, begin, end, key, '=');
-    const std::string_view byLine = FindPlainEntryByLine(text, begin, end, key, '=');
+    const std::string_view stretch = text.substr(begin, end - begin);
+    const char* const textEnd = text.data() + text.size();
+    const std::string_view found = FindPlainEntry(stretch, textEnd, key, '=');
+    const std::string_view byLine = FindPlainEntryByLine(stretch, key, '=');
     EXPECT_EQ(found, byLine);
     EXPECT_EQ(found.data(), byLine.data());
     return found;
