@@ -34,6 +34,24 @@ __m128i IsLow(__m128i part) { return _mm_cmplt_epi8(part, _mm_set1_epi8(' ' + 1)
 
 std::size_t FirstBit(std::uint64_t bits) { return static_cast<unsigned>(__builtin_ctzll(bits)); }
 
+struct BlockBits {
+    std::uint64_t marks;  // line feeds and separators
+    std::uint64_t low;    // line feeds and other low bytes
+};
+
+// Looks at 64 bytes. `lowest` keeps the smallest byte of each lane so far.
+BlockBits LookAt(const char* block, __m128i lineFeed, __m128i mark, __m128i& lowest) {
+    const __m128i first = Load(block);
+    const __m128i second = Load(block + kPart);
+    const __m128i third = Load(block + 2 * kPart);
+    const __m128i fourth = Load(block + 3 * kPart);
+    lowest = _mm_min_epu8(lowest,
+                          _mm_min_epu8(_mm_min_epu8(first, second), _mm_min_epu8(third, fourth)));
+    return {Bits(IsEither(first, lineFeed, mark), IsEither(second, lineFeed, mark),
+                 IsEither(third, lineFeed, mark), IsEither(fourth, lineFeed, mark)),
+            Bits(IsLow(first), IsLow(second), IsLow(third), IsLow(fourth))};
+}
+
 // A seam is met at the end of the closer's line, behind a line feed and the closer. Before the first
 // line inside of a section there is at least as much: the section's opener.
 constexpr std::size_t kBeforeCloserEnd = 2;
@@ -72,30 +90,18 @@ std::size_t SkipPlainLines(std::string_view text, std::size_t position, char sep
     std::uint64_t keyGoesOn = 0;     // whether a key reaches into the block
     for (; text.size() - position >= kBlock + seam.size(); position += kBlock) {
         const char* block = text.data() + position;
-        const __m128i first = Load(block);
-        const __m128i second = Load(block + kPart);
-        const __m128i third = Load(block + 2 * kPart);
-        const __m128i fourth = Load(block + 3 * kPart);
-        lowest = _mm_min_epu8(
-            lowest, _mm_min_epu8(_mm_min_epu8(first, second), _mm_min_epu8(third, fourth)));
-        const std::uint64_t marks =
-            Bits(IsEither(first, lineFeed, mark), IsEither(second, lineFeed, mark),
-                 IsEither(third, lineFeed, mark), IsEither(fourth, lineFeed, mark));
-        const std::uint64_t low = Bits(IsLow(first), IsLow(second), IsLow(third), IsLow(fourth));
-        const std::uint64_t lineFeeds = marks & low;
-        const std::uint64_t keyBytes = ~(marks | low);
+        const BlockBits bits = LookAt(block, lineFeed, mark, lowest);
+        const std::uint64_t lineFeeds = bits.marks & bits.low;
+        const std::uint64_t keyBytes = ~(bits.marks | bits.low);
         const std::uint64_t starts = (lineFeeds << 1U) | firstStart;
         std::uint64_t carried = 0;
         keyGoesOn = __builtin_add_overflow(keyBytes, starts | keyGoesOn, &carried) ? 1 : 0;
-        std::uint64_t unusual = carried & ~keyBytes & (low | starts);
-        if (unusual != 0) {
-            unusual &= ~seamGoesOn;
-        }
+        std::uint64_t unusual = carried & ~keyBytes & (bits.low | starts);
+        unusual = unusual == 0 ? 0 : unusual & ~seamGoesOn;
         seamGoesOn = 0;
         while (unusual != 0) {
             const std::size_t bit = FirstBit(unusual);
-            const char* met = block + bit - kBeforeCloserEnd;
-            if (!IsSameText({met, seam.size()}, seam)) {
+            if (!IsSameText({block + bit - kBeforeCloserEnd, seam.size()}, seam)) {
                 return holdsNul() ? std::string_view::npos : LineBegin(text, position + bit);
             }
             ends.Add(position + bit + 1);
