@@ -99,7 +99,7 @@ class Target {
     }
 
     void FollowLink() {
-        char target[PATH_MAX];
+        char target[PATH_MAX] = "";
         const ssize_t length =
             RetryInterrupted([&] { return readlinkat(Folder(), Name(), target, sizeof(target)); });
         if (length == -1) {
