@@ -14,9 +14,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <ctime>
-#include <optional>
 #include <string>
-#include <utility>
 
 #include "support/file_descriptor.h"
 #include "support/system_call.h"
@@ -47,25 +45,44 @@ std::string NextSuffix(std::uint64_t& seed) {
     return suffix;
 }
 
-// The file that is replaced, seen from its folder. A link at the end of the path is followed, and the
-// link at that one's end, and so on; links in the folders are left to the kernel.
+// Returns the path with the link at its end followed, and the link at that one's end, and so on; links
+// in the folders are left to the kernel.
+// status  receives what is known of the file that the returned path names
+std::string FollowLinks(const char* path, struct stat& status) {
+    std::string followed = path;
+    for (int links = 0;; ++links) {
+        if (RetryInterrupted([&] { return lstat(followed.c_str(), &status); }) == -1) {
+            ThrowSystemFailure(errno, path, "stat");
+        }
+        if (!S_ISLNK(status.st_mode)) {
+            return followed;
+        }
+        char target[PATH_MAX] = "";
+        const ssize_t length =
+            RetryInterrupted([&] { return readlink(followed.c_str(), target, sizeof(target)); });
+        if (length == -1 || links == kMostLinks) {
+            ThrowSystemFailure(length == -1 ? errno : ELOOP, path, "resolve");
+        }
+        // A relative target begins in the folder of its link.
+        followed.erase(target[0] == '/' ? 0 : followed.rfind('/') + 1);
+        followed.append(target, static_cast<std::size_t>(length));
+    }
+}
+
+// The file that is replaced, seen from its folder.
 class Target {
   public:
-    explicit Target(const char* path) : m_path(path), m_file(path) {
-        LookAtFile();
-        for (int links = 0; S_ISLNK(m_old.st_mode); ++links) {
-            if (links == kMostLinks) {
-                ThrowSystemFailure(ELOOP, m_path, "resolve");
-            }
-            FollowLink();
-            LookAtFile();
-        }
-        CheckRegular(m_path, m_old);
+    explicit Target(const char* path)
+        : m_path(path),
+          m_file(FollowLinks(path, m_old)),
+          m_nameBegin(m_file.rfind('/') + 1),
+          m_folder(OpenFolder()) {
+        CheckRegular(path, m_old);
     }
 
     [[noreturn]] void Fail(const char* step) const { ThrowSystemFailure(errno, m_path, step); }
 
-    int Folder() const { return m_folder->Number(); }
+    int Folder() const { return m_folder.Number(); }
     const char* Name() const { return m_file.c_str() + m_nameBegin; }
     /// The file's status before it is replaced.
     const struct stat& Old() const { return m_old; }
@@ -81,40 +98,25 @@ class Target {
     }
 
   private:
-    void LookAtFile() {
-        m_nameBegin = m_file.rfind('/') + 1;
+    int OpenFolder() {
+        const char* folder = m_nameBegin == 0 ? "." : "/";
+        if (m_nameBegin > 1) {
+            folder = m_file.c_str();
+            m_file[m_nameBegin - 1] = '\0';  // two texts in one from now on: folder and name
+        }
         const int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
-        const char kept =
-            std::exchange(m_file[m_nameBegin], '\0');  // leaves the folder for a moment
-        const char* folder = m_nameBegin == 0 ? "." : m_file.c_str();
-        m_folder.emplace(RetryInterrupted([&] { return open(folder, flags); }));
-        m_file[m_nameBegin] = kept;
-        if (Folder() == -1) {
+        const int opened = RetryInterrupted([&] { return open(folder, flags); });
+        if (opened == -1) {
             Fail("open folder");
         }
-        if (RetryInterrupted(
-                [&] { return fstatat(Folder(), Name(), &m_old, AT_SYMLINK_NOFOLLOW); }) == -1) {
-            Fail("stat");
-        }
-    }
-
-    void FollowLink() {
-        char target[PATH_MAX] = "";
-        const ssize_t length =
-            RetryInterrupted([&] { return readlinkat(Folder(), Name(), target, sizeof(target)); });
-        if (length == -1) {
-            Fail("resolve");
-        }
-        // A relative target begins in the folder of its link.
-        m_file.erase(target[0] == '/' ? 0 : m_nameBegin);
-        m_file.append(target, static_cast<std::size_t>(length));
+        return opened;
     }
 
     const char* m_path;  // as the caller gave it, for messages
-    std::string m_file;  // the same, with links at its end followed
-    std::size_t m_nameBegin = 0;
-    std::optional<FileDescriptor> m_folder;
     struct stat m_old {};
+    std::string m_file;  // with the links at its end followed; the name behind the folder
+    std::size_t m_nameBegin;
+    FileDescriptor m_folder;
 };
 
 // A file beside the target, removed unless it has become the target.

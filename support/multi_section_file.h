@@ -33,8 +33,8 @@ class MultiSectionFile {
     /// readOnly         true refuses changes
     /// keyword          the word that opens a section
     /// opener, closer, separator, commentMark
-    ///                  the marks of the grammar, one character each; a line end behind it is part
-    ///                  of the notation and not looked at
+    ///                  the marks of the grammar, one character each, ASCII, no blank, and not in
+    ///                  the keyword; a line end behind it is part of the notation and not looked at
     /// The two other arguments are not used.
     /// Throws std::system_error with the text "path: step: reason" when the file cannot be read,
     /// and std::runtime_error with the text "path:line: reason" when it breaks the grammar.

@@ -35,11 +35,17 @@ key_t KeyOf(const std::string& name) {
 // its first use takes no memory.
 thread_local pid_t callingThread __attribute__((tls_model("initial-exec"))) = 0;
 
-// Every operation needs the thread twice, so the kernel is asked once. In the child of a fork it is
-// another one, and asked anew.
+// Whether the child of a fork asks anew. Arranged when the library is loaded, since a fork meanwhile
+// would leave the child with a task that nobody ends.
+bool isForkWatched = false;
+
+[[gnu::constructor]] void WatchForks() {
+    isForkWatched = pthread_atfork(nullptr, nullptr, [] { callingThread = 0; }) == 0;
+}
+
+// Every operation needs the thread twice, so the kernel is asked once.
 pid_t CallingThread() {
-    static const int unwatched = pthread_atfork(nullptr, nullptr, [] { callingThread = 0; });
-    if (callingThread == 0 || unwatched != 0) {  // GCOVR_EXCL_BR_LINE: pthread_atfork lacks memory
+    if (callingThread == 0 || !isForkWatched) {  // GCOVR_EXCL_BR_LINE: only without memory
         callingThread = gettid();
     }
     return callingThread;

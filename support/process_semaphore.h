@@ -33,7 +33,8 @@ class Semaphore {
     void Lock(bool);
 
     /// Releases the lock that the calling thread took through this handle. Does nothing when there
-    /// is none, above all in the child of a fork, and never releases what another holder has.
+    /// is none, above all in the child of a fork, and never releases what another holder has. (A
+    /// child made with _Fork or clone(2) takes itself for the thread that made it.)
     /// Never throws.
     void Unlock() noexcept;
 

@@ -59,9 +59,8 @@ REPLACEMENT(fstat64, int, (int file, struct stat64* status)) {
     return Pass(CallKind::kStatus, -1, [&](bool) { return REAL(fstat64)(file, status); });
 }
 
-REPLACEMENT(fstatat64, int, (int folder, const char* path, struct stat64* status, int flags)) {
-    return Pass(CallKind::kStatus, -1,
-                [&](bool) { return REAL(fstatat64)(folder, path, status, flags); });
+REPLACEMENT(lstat64, int, (const char* path, struct stat64* status)) {
+    return Pass(CallKind::kStatus, -1, [&](bool) { return REAL(lstat64)(path, status); });
 }
 
 // The same with 64-bit time, where time has 32 bits otherwise.
@@ -70,9 +69,8 @@ REPLACEMENT(__fstat64_time64, int, (int file, void* status)) {
     return Pass(CallKind::kStatus, -1, [&](bool) { return REAL(__fstat64_time64)(file, status); });
 }
 
-REPLACEMENT(__fstatat64_time64, int, (int folder, const char* path, void* status, int flags)) {
-    return Pass(CallKind::kStatus, -1,
-                [&](bool) { return REAL(__fstatat64_time64)(folder, path, status, flags); });
+REPLACEMENT(__lstat64_time64, int, (const char* path, void* status)) {
+    return Pass(CallKind::kStatus, -1, [&](bool) { return REAL(__lstat64_time64)(path, status); });
 }
 
 namespace {
@@ -90,7 +88,7 @@ DiskEffect EffectOn(DiskEffect::Kind kind, int file) {
 
 bool Exists(int folder, const char* path) {
     struct stat64 status {};
-    return REAL(fstatat64)(folder, path, &status, AT_SYMLINK_NOFOLLOW) == 0;
+    return fstatat64(folder, path, &status, AT_SYMLINK_NOFOLLOW) == 0;
 }
 
 // Opens through `open`, and tells the watch what has been made or emptied. A path that is opened
@@ -118,7 +116,7 @@ int PassOpen(int folder, const char* path, int flags, const Open& open) {
             effect.group = status.st_gid;
             effect.name = whole.substr(nameBegin);
             const std::string folderPath(nameBegin == 0 ? "." : whole.substr(0, nameBegin));
-            (void)REAL(fstatat64)(folder, folderPath.c_str(), &status, 0);
+            (void)fstatat64(folder, folderPath.c_str(), &status, 0);
             effect.folder = status.st_ino;
             watch.AddEffect(std::move(effect));
         });
@@ -261,7 +259,7 @@ REPLACEMENT(renameat, int, (int folder, const char* name, int newFolder, const c
         [&](bool) { return REAL(renameat)(folder, name, newFolder, newName); },
         [&](DisturbedCalls& watch, int) {
             struct stat64 status {};
-            (void)REAL(fstatat64)(newFolder, newName, &status, AT_SYMLINK_NOFOLLOW);
+            (void)fstatat64(newFolder, newName, &status, AT_SYMLINK_NOFOLLOW);
             DiskEffect effect{DiskEffect::Kind::kRename};
             effect.inode = status.st_ino;
             effect.folder = InodeOf(folder);
@@ -283,15 +281,14 @@ REPLACEMENT(unlinkat, int, (int folder, const char* name, int flags)) {
         });
 }
 
-REPLACEMENT(readlinkat, ssize_t, (int folder, const char* path, char* target, size_t size)) {
+REPLACEMENT(readlink, ssize_t, (const char* path, char* target, size_t size)) {
     return Pass(CallKind::kResolve, ssize_t{-1},
-                [&](bool) { return REAL(readlinkat)(folder, path, target, size); });
+                [&](bool) { return REAL(readlink)(path, target, size); });
 }
 
-REPLACEMENT(__readlinkat_chk, ssize_t,
-            (int folder, const char* path, char* target, size_t size, size_t most)) {
+REPLACEMENT(__readlink_chk, ssize_t, (const char* path, char* target, size_t size, size_t most)) {
     return Pass(CallKind::kResolve, ssize_t{-1},
-                [&](bool) { return REAL(__readlinkat_chk)(folder, path, target, size, most); });
+                [&](bool) { return REAL(__readlink_chk)(path, target, size, most); });
 }
 
 REPLACEMENT(getdents64, ssize_t, (int folder, void* entries, size_t size)) {

@@ -103,12 +103,10 @@ TEST_F(DurableFileTest, TheStepsComeInTheOrderThatKeepsTheTextSafe) {
         Call call;
         const char* name;
     } kinds[] = {
-        {Call::kReadlinkat, "readlinkat"}, {Call::kOpen, "open"},
-        {Call::kFstatat, "fstatat"},       {Call::kOpenat, "openat"},
-        {Call::kFchown, "fchown"},         {Call::kFchmod, "fchmod"},
-        {Call::kWritev, "writev"},         {Call::kFsync, "fsync"},
-        {Call::kClose, "close"},           {Call::kRenameat, "renameat"},
-        {Call::kUnlinkat, "unlinkat"},     {Call::kFstat, "fstat"},
+        {Call::kReadlink, "readlink"}, {Call::kOpen, "open"},         {Call::kLstat, "lstat"},
+        {Call::kOpenat, "openat"},     {Call::kFchown, "fchown"},     {Call::kFchmod, "fchmod"},
+        {Call::kWritev, "writev"},     {Call::kFsync, "fsync"},       {Call::kClose, "close"},
+        {Call::kRenameat, "renameat"}, {Call::kUnlinkat, "unlinkat"}, {Call::kFstat, "fstat"},
     };
     WriteFile(m_path, "old");
     ASSERT_EQ(chmod(m_path.c_str(), 0640), 0);
@@ -131,7 +129,7 @@ TEST_F(DurableFileTest, TheStepsComeInTheOrderThatKeepsTheTextSafe) {
             watches.pop_back();
         }
     }
-    std::vector<std::string> expected = {"open",   "fstatat",  "openat", "fstat", "fchown",
+    std::vector<std::string> expected = {"lstat",  "open",     "openat", "fstat", "fchown",
                                          "fchmod", "writev",   "fsync",  "close", "renameat",
                                          "fsync",  "unlinkat", "close"};
     if (!isRoot) {
@@ -300,17 +298,35 @@ TEST_F(DurableFileTest, LinksInACircleFailTheSave) {
     EXPECT_EQ(FailureToReplace(), m_path + ": resolve: " + ErrorText(ELOOP));
 }
 
+TEST_F(DurableFileTest, TheFolderOfALinkNeedNotBeReadable) {
+    std::filesystem::create_directory(m_folder.File("data"));
+    std::filesystem::create_directory(m_folder.File("links"));
+    const std::string target = m_folder.File("data/rc.conf");
+    const std::string link = m_folder.File("links/rc.conf");
+    std::filesystem::create_symlink("../data/rc.conf", link);
+    ASSERT_EQ(chmod(m_folder.Path().c_str(), 0777), 0);
+    ASSERT_EQ(chmod(m_folder.File("data").c_str(), 0777), 0);
+    ASSERT_EQ(chmod(m_folder.File("links").c_str(), 0311), 0);
+    EXPECT_EQ(RunAsOrdinaryUser([&] {
+                  WriteFile(target, "old");
+                  EXPECT_EQ(FailureOf([&] { ReplaceFile(link.c_str(), {"new"}); }), "no failure");
+              }),
+              0);
+    EXPECT_EQ(ReadFile(target), "new");
+    ASSERT_EQ(chmod(m_folder.File("links").c_str(), 0700), 0);
+}
+
 TEST_F(DurableFileTest, ALinkThatCannotBeReadFailsTheSaveAndASignalDoesNot) {
     const std::string target = m_folder.File("target");
     WriteFile(target, "old");
     std::filesystem::create_symlink("target", m_path);
     {
-        const FailingCall failing(Call::kReadlinkat, EACCES);
+        const FailingCall failing(Call::kReadlink, EACCES);
         EXPECT_EQ(FailureToReplace(), m_path + ": resolve: " + ErrorText(EACCES));
     }
     EXPECT_EQ(ReadFile(target), "old");
     EXPECT_TRUE(FilesOpenIn(m_folder.Path()).empty());
-    const FailingCall interrupted(Call::kReadlinkat, EINTR, 1, 3);
+    const FailingCall interrupted(Call::kReadlink, EINTR, 1, 3);
     Replace();
     EXPECT_EQ(interrupted.Count(), 4);
     EXPECT_EQ(ReadFile(target), "new");
@@ -383,7 +399,7 @@ TEST_F(DurableFileTest, EveryFailureBeforeTheRenameLeavesTheOldFileAndNothingEls
         std::string step;
     } cases[] = {
         {Call::kOpen, EMFILE, "open folder"},
-        {Call::kFstatat, EIO, "stat"},
+        {Call::kLstat, EIO, "stat"},
         {Call::kOpenat, EROFS, "create temporary file"},
         {Call::kOpenat, ENOSPC, "create temporary file"},
         {Call::kFstat, EIO, "stat temporary file"},
@@ -435,7 +451,7 @@ TEST_F(DurableFileTest, AFailedSyncIsNotTriedAgain) {
 }
 
 TEST_F(DurableFileTest, SignalsInterruptNoStep) {
-    for (const Call call : {Call::kOpen, Call::kFstatat, Call::kOpenat, Call::kFstat, Call::kFchmod,
+    for (const Call call : {Call::kOpen, Call::kLstat, Call::kOpenat, Call::kFstat, Call::kFchmod,
                             Call::kWritev, Call::kFsync, Call::kRenameat}) {
         WriteFile(m_path, "old");
         ASSERT_EQ(chmod(m_path.c_str(), 0640), 0);
