@@ -1,5 +1,6 @@
 #include "support/durable_file.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -296,6 +297,31 @@ TEST_F(DurableFileTest, LinksInACircleFailTheSave) {
     std::filesystem::create_symlink("other", m_path);
     std::filesystem::create_symlink("rc.conf", m_folder.File("other"));
     EXPECT_EQ(FailureToReplace(), m_path + ": resolve: " + ErrorText(ELOOP));
+}
+
+TEST_F(DurableFileTest, AFolderOfSomebodyElseIsOpenedAsOneThatIsRead) {
+    WriteFile(m_path, "old");
+    {
+        const FailingCall failing(Call::kOpen, EPERM);
+        Replace();
+        EXPECT_EQ(failing.Count(), 2);
+    }
+    EXPECT_EQ(ReadFile(m_path), "new");
+    const FailingCall failing(Call::kOpen, EPERM, 1, 2);
+    EXPECT_EQ(FailureToReplace(), m_path + ": open folder: " + ErrorText(EPERM));
+}
+
+TEST_F(DurableFileTest, ASaveLeavesTheFoldersTimeOfAccess) {
+    WriteFile(m_path, "old");
+    const auto accessed = [&] {
+        struct stat status {};
+        EXPECT_EQ(stat(m_folder.Path().c_str(), &status), 0);
+        return status.st_atim.tv_sec;
+    };
+    struct timespec longAgo[2] = {{1000, 0}, {2000, 0}};
+    ASSERT_EQ(utimensat(AT_FDCWD, m_folder.Path().c_str(), longAgo, 0), 0);
+    Replace();
+    EXPECT_EQ(accessed(), 1000);
 }
 
 TEST_F(DurableFileTest, TheFolderOfALinkNeedNotBeReadable) {
