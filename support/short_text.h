@@ -10,7 +10,7 @@
 
 /// Whether the words at an offset of two texts are the same. They lie inside of the texts.
 template <typename Word>
-bool IsSameWord(std::string_view one, std::string_view other, std::size_t offset) {
+bool IsSameWord(std::string_view one, std::string_view other, std::size_t offset) noexcept {
     Word word = 0;
     Word otherWord = 0;
     std::memcpy(&word, one.data() + offset, sizeof(Word));
@@ -19,7 +19,7 @@ bool IsSameWord(std::string_view one, std::string_view other, std::size_t offset
 }
 
 /// Whether two texts are the same; from the end on, since keys often differ there only.
-inline bool IsSameText(std::string_view one, std::string_view other) {
+inline bool IsSameText(std::string_view one, std::string_view other) noexcept {
     std::size_t rest = one.size();
     if (rest != other.size()) {
         return false;
