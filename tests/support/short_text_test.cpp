@@ -29,8 +29,8 @@ TEST(ShortTextTest, NothingAndTheEmptyTextAreTheSame) {
 
 TEST(ShortTextTest, ATextOfAnyLengthIsCopiedWholeAndNothingElse) {
     for (std::size_t length = 0; length < 40; ++length) {
-        std::vector<char>
-            text;  // without a byte behind it, so that a sanitizer sees each wrong read
+        // No byte stands behind the text, so that a sanitizer sees each wrong read.
+        std::vector<char> text;
         for (std::size_t place = 0; place < length; ++place) {
             text.push_back(static_cast<char>('A' + place));
         }
