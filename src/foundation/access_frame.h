@@ -21,7 +21,8 @@ struct ValueBuffer {
     unsigned int capacity;  ///< in bytes, the NUL included
 };
 
-/// A value buffer in the frame itself, for the operations that do without a SmartBuffer.
+/// A value buffer on the stack, so that there is no allocation to fail, but 1 KiB of the caller's stack
+/// to pay. Which operations use it and which a SmartBuffer is part of what each of them promises.
 struct LocalBuffer {
     char m_data[1024] = "";
     std::uint32_t m_capacity = sizeof(m_data);

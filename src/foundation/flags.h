@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdlib>
+#include <string>
 #include <string_view>
 
 // Flags are stored as "1" and "0". Each operation reads them in one of three ways, which differ on
@@ -15,9 +16,8 @@ inline bool BeginsWithOne(std::string_view text) { return !text.empty() && text.
 inline bool IsExactlyOne(std::string_view text) { return text == "1"; }
 
 /// "1", "2", "-1", " 1", "007", "1x"; also a number too large for strtol, which does not give zero.
-/// A NUL stands behind the text.
-inline bool IsNonZeroNumber(std::string_view text) {
-    return std::strtol(text.data(), nullptr, 10) != 0;
+inline bool IsNonZeroNumber(const std::string& text) {
+    return std::strtol(text.c_str(), nullptr, 10) != 0;
 }
 
 /// The text that stores a flag.

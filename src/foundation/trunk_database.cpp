@@ -36,6 +36,11 @@ bool TrunkDatabase::Set(const char* key, const char* text) {
 
 bool TrunkDatabase::Set(const char* key, const std::string& text) { return Set(key, text.c_str()); }
 
+void TrunkDatabase::Copy(const char* from, const char* to) {
+    (void)Read(from);  // an absent key leaves the empty text
+    Set(to, m_buffer.text);
+}
+
 void TrunkDatabase::Erase(const char* key) { m_file.DeleteSectionEntry(key); }
 
 void TrunkDatabase::AddEntry(const char* key, const char* text) {

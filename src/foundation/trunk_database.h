@@ -37,7 +37,8 @@ class TrunkDatabase {
         m_length = filled == 0 ? 0 : filled - 1;
         return filled != 0;
     }
-    /// What the last read left in the buffer, until the next read. A NUL stands behind it.
+    /// What the last read left in the buffer. The next read overwrites it, so copy it or compare it
+    /// at once, and never keep the view.
     std::string_view Text() const { return {m_buffer.text, m_length}; }
     /// Reads a value whether or not the key is there: Read, then Text.
     std::string_view Get(const char* key) {
@@ -53,6 +54,8 @@ class TrunkDatabase {
     bool Set(const char* key, const char* text);
     /// The same; the text ends at its first NUL.
     bool Set(const char* key, const std::string& text);
+    /// Sets the entry `to` to what a read of `from` gives: its value, or the empty text.
+    void Copy(const char* from, const char* to);
     /// Removes the entries with this key; none is no failure.
     void Erase(const char* key);
     /// Adds an entry behind the last.

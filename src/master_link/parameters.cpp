@@ -14,7 +14,7 @@ bool CSIPTrunkConfig::GetTrunkToMasterParams(const std::string& trunkName,
         }
         if (current) {
             fields.registration_status =
-                flag::IsNonZeroNumber(trunks.Get(key::kRegistrationStatus));
+                flag::IsNonZeroNumber(std::string(trunks.Get(key::kRegistrationStatus)));
             fields.user_name = trunks.Get(key::kUserName);
             fields.password = trunks.Get(key::kPassword);
             fields.master_ip = trunks.Get(key::kMasterIp);
@@ -34,7 +34,7 @@ bool CSIPTrunkConfig::ChangeTrunkToMasterConfig(const std::string& trunkName) {
         TrunkDatabase trunks(OpenMode::kChange, buffer);
         if (trunks.FindTrunkToMaster(trunkName)) {
             for (const auto& [live, saved] : key::kSavedCopy) {
-                trunks.Set(saved, trunks.Get(live).data());
+                trunks.Copy(live, saved);
             }
         }
         trunks.Save();

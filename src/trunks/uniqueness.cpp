@@ -16,11 +16,11 @@ int CSIPTrunkConfig::CheckTrunk(const std::string& currentName, const std::strin
         TrunkDatabase trunks(OpenMode::kReadOnly, buffer);
         while (trunks.NextSection()) {
             // An absent key reads as the empty text and is compared like one.
-            const std::string_view trunkName = trunks.Get(key::kTrunkName);
-            if (isEdit && trunkName == currentName) {
+            (void)trunks.Read(key::kTrunkName);
+            if (isEdit && trunks.Text() == currentName) {
                 continue;
             }
-            if (trunkName == newName) {
+            if (trunks.Text() == newName) {
                 return kTrunkNameTaken;
             }
             if (trunks.Get(key::kUserName) == userName) {
