@@ -87,8 +87,13 @@ install(
 foreach(component IN LISTS CPACK_COMPONENTS_ALL)
     string(TOUPPER ${component} upper)
     install(
-        FILES "${made}/changelog.gz" packaging/copyright
+        FILES "${made}/changelog.gz"
         DESTINATION "share/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME}"
+        COMPONENT ${component})
+    install(
+        FILES LICENSE
+        DESTINATION "share/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME}"
+        RENAME copyright
         COMPONENT ${component})
     # Debian wants manual pages compressed, and has another folder for the completions of zsh.
     install(
