@@ -45,12 +45,13 @@ Round* SharedRound() {
 }
 
 void Work(Round& round, std::atomic<long>& operations, Contestant& contestant, const Job& job) {
+    Targets targets(kTrunks);
     ++round.waiting;
     while (!round.started) {
         std::this_thread::yield();
     }
     while (!round.ended) {
-        job.run(contestant, kTrunks);
+        job.run(contestant, targets);
         ++operations;
     }
 }

@@ -15,16 +15,14 @@ const Named& FindNamed(const std::vector<Named>& all, const std::string& name, c
     return *found;
 }
 
-// Another port each time, so that no store finds the file as it wants it.
-Record NextDefinition(int trunks) {
-    static int stores = 0;
+Record Definition(int index, const char* port) {
     Record record;
-    record.trunk_name = TrunkName(MiddleTrunk(trunks));
+    record.trunk_name = TrunkName(index);
     record.trunk_type = type::kToMaster;
     record.user_name = "user";
     record.password = "secret";
     record.remote_ip = "192.168.1.1";
-    record.remote_port = std::to_string(5000 + ++stores % 1000);
+    record.remote_port = port;
     record.registration_status = true;
     return record;
 }
@@ -35,13 +33,15 @@ void Check(const char* job, bool right) {
     }
 }
 
-void RunFind(Contestant& contestant, int trunks) {
-    (void)contestant.Find(TrunkName(MiddleTrunk(trunks)));
+void RunFind(Contestant& contestant, Targets& targets) {
+    (void)contestant.Find(targets.NextName());
 }
 
-void RunList(Contestant& contestant, int /*trunks*/) { (void)contestant.List(); }
+void RunList(Contestant& contestant, Targets& /*targets*/) { (void)contestant.List(); }
 
-void RunStore(Contestant& contestant, int trunks) { contestant.Store(NextDefinition(trunks)); }
+void RunStore(Contestant& contestant, Targets& targets) {
+    contestant.Store(targets.NextDefinition());
+}
 
 std::string TextOf(const Record& record) {
     std::string text;
@@ -84,6 +84,11 @@ const ContestantKind& ContestantKind::Named(const std::string& name) {
     return FindNamed(All(), name, [](const ContestantKind& kind) { return kind.Name(); });
 }
 
+Targets::Targets(int trunks)
+    : m_definitions{Definition(MiddleTrunk(trunks), "5001"), Definition(LastTrunk(trunks), "5001"),
+                    Definition(MiddleTrunk(trunks), "5002"),
+                    Definition(LastTrunk(trunks), "5002")} {}
+
 const std::vector<Job>& Jobs() {
     static const std::vector<Job> jobs = {
         {"find", RunFind}, {"list", RunList}, {"store", RunStore}};
@@ -113,7 +118,7 @@ void CheckAnswers(Contestant& contestant, int trunks) {
         index += 2;
     }
 
-    Record stored = NextDefinition(trunks);
+    Record stored = Targets(trunks).NextDefinition();
     contestant.Store(stored);
     stored.registration_date = expected.registration_date;
     stored.registration_time = expected.registration_time;

@@ -20,9 +20,9 @@ class Contestant {
     virtual Record Find(const std::string& trunkName) = 0;
     /// Returns all trunks to a master.
     virtual std::list<Record> List() = 0;
-    /// Rewrites the definition of the trunk to a master that is named in the record. The change is
-    /// on the disk when it returns.
-    virtual void Store(const Record& record) = 0;
+    /// Rewrites the definition of the trunk to a master that is named in the record, which is only
+    /// read. The change is on the disk when it returns.
+    virtual void Store(Record& record) = 0;
     /// False when the jobs cost what they have to, but answer nothing.
     virtual bool Answers() const { return true; }
 };
@@ -59,10 +59,25 @@ std::unique_ptr<Contestant> MakeContestant(const std::string& folder, int trunks
     return std::make_unique<Class>(folder, trunks);
 }
 
-/// One measured operation on a database with this many trunks.
+/// What the jobs look for and store: in turn the trunk in the middle and the last one, of those to
+/// a master.
+class Targets {
+  public:
+    explicit Targets(int trunks);
+
+    const std::string& NextName() { return NextDefinition().trunk_name; }
+    /// Gives each trunk another port each time, so that no store finds the file as it wants it.
+    Record& NextDefinition() { return m_definitions[m_turn++ % 4]; }
+
+  private:
+    Record m_definitions[4];
+    unsigned int m_turn = 0;
+};
+
+/// One measured operation.
 struct Job {
     const char* name;
-    void (*run)(Contestant& contestant, int trunks);
+    void (*run)(Contestant& contestant, Targets& targets);
 };
 
 /// find, list and store.

@@ -78,22 +78,23 @@ long ResidentBytes() {
 }
 
 // What the job gives back to the heap stays resident, so that afterwards the peak is seen.
-long AddedResidentBytes(Contestant& contestant, const Job& job, int trunks) {
+long AddedResidentBytes(Contestant& contestant, const Job& job, Targets& targets) {
     (void)malloc_trim(0);
     (void)mallopt(M_TRIM_THRESHOLD, INT_MAX);
     const long before = ResidentBytes();
-    job.run(contestant, trunks);
+    job.run(contestant, targets);
     return ResidentBytes() - before;
 }
 
 void Measure(const ContestantKind& kind, const Job& job, int trunks, const std::string& parent) {
     const ScratchFolder folder(parent);
     const auto contestant = kind.Make(folder.Path(), trunks);
-    const long resident = AddedResidentBytes(*contestant, job, trunks);
+    Targets targets(trunks);
+    const long resident = AddedResidentBytes(*contestant, job, targets);
 
     const Heap before = heap;
     heap.peak = before.bytes;
-    job.run(*contestant, trunks);
+    job.run(*contestant, targets);
     const Heap after = heap;
     std::cout << kind.Name() << ' ' << job.name << ' ' << trunks << ' '
               << after.allocations - before.allocations << ' ' << after.peak - before.bytes << ' '

@@ -80,11 +80,9 @@ void ReplaceDurably(const std::string& folder, const std::string& path, std::str
 }
 
 std::string DatabaseText(int trunks) {
-    std::string text =
-        "# trunks of this device\nsection {\nsiptrunk_master_enabled=1\n"
-        "siptrunk_slave_enabled=1\n}\n";
+    std::string text = "section {\nsiptrunk_master_enabled=1\nsiptrunk_slave_enabled=1\n}\n";
     for (int i = 0; i < trunks; ++i) {
-        text += "section {\n";
+        text += i % 8 == 7 ? "# the next one is for the branch office\nsection {\n" : "section {\n";
         for (const auto& [key, value] : TrunkEntries(i)) {
             text.append(key).append("=").append(value).append("\n");
         }

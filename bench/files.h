@@ -37,5 +37,6 @@ void WriteText(const std::string& path, std::string_view text);
 /// fsync of the folder.
 void ReplaceDurably(const std::string& folder, const std::string& path, std::string_view text);
 
-/// The text of a trunk database as the library writes it.
+/// The text of a trunk database: the switches and the trunks as the library writes them, a comment
+/// before every eighth trunk.
 std::string DatabaseText(int trunks);

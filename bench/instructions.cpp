@@ -1,4 +1,4 @@
-// Runs one job some times on a database of 1000 trunks, for a counter of instructions to look at.
+// Runs one job some times, for a counter of instructions to look at.
 
 #include <iostream>
 #include <string>
@@ -7,15 +7,16 @@
 #include "bench/files.h"
 
 int main(int argc, char** argv) {
-    if (argc != 4) {
-        std::cerr << "usage: raiklaik_instructions JOB TIMES FOLDER\n";
+    if (argc != 6) {
+        std::cerr << "usage: raiklaik_instructions CONTESTANT JOB TRUNKS TIMES FOLDER\n";
         return 2;
     }
-    constexpr int kTrunks = 1000;
-    const ScratchFolder folder(argv[3]);
-    const auto contestant = ContestantKind::Named("raiklaik").Make(folder.Path(), kTrunks);
-    for (int i = 0; i < std::stoi(argv[2]); ++i) {
-        JobNamed(argv[1]).run(*contestant, kTrunks);
+    const int trunks = std::stoi(argv[3]);
+    const ScratchFolder folder(argv[5]);
+    const auto contestant = ContestantKind::Named(argv[1]).Make(folder.Path(), trunks);
+    Targets targets(trunks);
+    for (int i = 0; i < std::stoi(argv[4]); ++i) {
+        JobNamed(argv[2]).run(*contestant, targets);
     }
     return 0;
 }

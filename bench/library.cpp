@@ -30,8 +30,8 @@ class Library final : public Contestant {
         return records;
     }
 
-    void Store(const Record& record) override {
-        Check(m_trunks.SetSIPTrunkParams(record.trunk_name, m_stored = record, false));
+    void Store(Record& record) override {
+        Check(m_trunks.SetSIPTrunkParams(record.trunk_name, record, false));
     }
 
   private:
@@ -43,7 +43,6 @@ class Library final : public Contestant {
 
     std::string m_base;
     CSIPTrunkConfig m_trunks{nullptr};
-    Record m_stored;  // the library takes a record that it could change
 };
 
 const ContestantKind kLibrary("raiklaik", MakeContestant<Library>);

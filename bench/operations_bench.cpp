@@ -28,9 +28,10 @@ auto* Register(const std::string& name, const std::string& parent, const Job& jo
     const auto measure = [parent, job, kind, trunks](benchmark::State& state) {
         const ScratchFolder folder(parent);
         const auto contestant = kind.Make(folder.Path(), trunks);
-        job.run(*contestant, trunks);
+        Targets targets(trunks);
+        job.run(*contestant, targets);
         for (auto _ : state) {
-            job.run(*contestant, trunks);
+            job.run(*contestant, targets);
         }
     };
     const std::string full = name + "/" + kind.Name() + "/" + std::to_string(trunks);

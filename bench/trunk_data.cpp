@@ -6,6 +6,8 @@ std::string TrunkName(int index) { return "trunk-" + std::to_string(index); }
 
 int MiddleTrunk(int trunks) { return trunks / 4 * 2; }
 
+int LastTrunk(int trunks) { return (trunks - 1) / 2 * 2; }
+
 Entries TrunkEntries(int index) {
     const std::string number = std::to_string(index);
     const bool toMaster = index % 2 == 0;

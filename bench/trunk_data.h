@@ -16,8 +16,9 @@ using Entries = std::vector<std::pair<std::string, std::string>>;
 /// The name of the trunk number `index`, from 0.
 std::string TrunkName(int index);
 
-/// The trunk that the jobs look for and store: one to a master, in the middle of the database.
+/// The trunk to a master in the middle of the database, and the last one.
 int MiddleTrunk(int trunks);
+int LastTrunk(int trunks);
 
 /// The keys and values of a trunk, in file order; trunks of even number are to a master.
 Entries TrunkEntries(int index);

@@ -1,8 +1,29 @@
-# The benchmark, beside other libraries that could keep the trunks, as far as they are there.
-# script/bench builds and runs it.
+# What measures the library. script/check-instructions and script/bench build and run it.
 
 option(RAIKLAIK_BUILD_BENCH "Build the benchmark" OFF)
 if(NOT RAIKLAIK_BUILD_BENCH)
+    return()
+endif()
+
+add_library(raiklaik_bench_jobs OBJECT bench/contestant.cpp bench/files.cpp bench/floor.cpp
+                                       bench/library.cpp bench/trunk_data.cpp)
+target_include_directories(raiklaik_bench_jobs PUBLIC "${PROJECT_SOURCE_DIR}"
+                                                      "${PROJECT_SOURCE_DIR}/include")
+target_compile_definitions(raiklaik_bench_jobs PUBLIC _FILE_OFFSET_BITS=64)
+target_link_libraries(raiklaik_bench_jobs PUBLIC raiklaik_warnings raiklaik_hardening)
+
+function(raiklaik_add_bench_program program source)
+    add_executable(${program} bench/${source})
+    target_link_libraries(${program} PRIVATE raiklaik_bench_jobs ${ARGN})
+endfunction()
+
+# With the library as it is shipped.
+raiklaik_add_bench_program(raiklaik_instructions instructions.cpp raiklaik)
+string(REGEX MATCH "^[0-9]+" compilerMajor "${CMAKE_CXX_COMPILER_VERSION}")
+file(WRITE "${PROJECT_BINARY_DIR}/compiler" "${CMAKE_CXX_COMPILER_ID}-${compilerMajor}\n")
+
+# Emulated processors have instructions, but no times.
+if(CMAKE_CROSSCOMPILING)
     return()
 endif()
 
@@ -13,14 +34,7 @@ if(NOT benchmark_FOUND)
                         "-DRAIKLAIK_BUILD_BENCH=OFF")
 endif()
 
-add_library(raiklaik_bench_jobs OBJECT bench/contestant.cpp bench/files.cpp bench/library.cpp
-                                       bench/trunk_data.cpp)
-target_include_directories(raiklaik_bench_jobs PUBLIC "${PROJECT_SOURCE_DIR}"
-                                                      "${PROJECT_SOURCE_DIR}/include")
-target_compile_definitions(raiklaik_bench_jobs PUBLIC _FILE_OFFSET_BITS=64)
-target_link_libraries(raiklaik_bench_jobs PUBLIC raiklaik_warnings raiklaik_hardening)
-
-add_library(raiklaik_bench_peers OBJECT bench/floor.cpp)
+add_library(raiklaik_bench_peers OBJECT)
 target_link_libraries(raiklaik_bench_peers PUBLIC raiklaik_bench_jobs)
 find_package(PkgConfig QUIET)
 foreach(peer IN ITEMS "gkeyfile|glib-2.0|libglib2.0-dev" "inih|inih|libinih-dev"
@@ -39,18 +53,7 @@ foreach(peer IN ITEMS "gkeyfile|glib-2.0|libglib2.0-dev" "inih|inih|libinih-dev"
     endif()
 endforeach()
 
-function(raiklaik_add_bench_program program source)
-    add_executable(${program} bench/${source})
-    target_link_libraries(${program} PRIVATE raiklaik_bench_jobs ${ARGN})
-endfunction()
-
 raiklaik_add_bench_program(raiklaik_bench operations_bench.cpp raiklaik_bench_peers raiklaik_objects
                            benchmark::benchmark)
 raiklaik_add_bench_program(raiklaik_counts counts.cpp raiklaik_bench_peers raiklaik_objects)
 raiklaik_add_bench_program(raiklaik_contention contention.cpp raiklaik_bench_peers raiklaik_objects)
-
-# With the library as it is shipped, so that its instructions can be told from all others.
-raiklaik_add_bench_program(raiklaik_instructions instructions.cpp raiklaik)
-string(REGEX MATCH "^[0-9]+" compilerMajor "${CMAKE_CXX_COMPILER_VERSION}")
-file(WRITE "${PROJECT_BINARY_DIR}/instructions_kind"
-     "${CMAKE_SYSTEM_PROCESSOR}-${CMAKE_CXX_COMPILER_ID}-${compilerMajor}\n")

@@ -58,7 +58,7 @@ class KeyFile final : public Contestant {
         return records;
     }
 
-    void Store(const Record& record) override {
+    void Store(Record& record) override {
         const BenchLock lock;
         const auto file = Open(G_KEY_FILE_KEEP_COMMENTS);
         for (const auto& [key, value] : StoredEntries(record)) {

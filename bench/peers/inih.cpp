@@ -79,7 +79,7 @@ class Inih final : public Contestant {
         return records;
     }
 
-    void Store(const Record& record) override {
+    void Store(Record& record) override {
         const BenchLock lock;
         const Entries changes = StoredEntries(record);
         std::string text;

@@ -87,7 +87,7 @@ class LibConfig final : public Contestant {
         return records;
     }
 
-    void Store(const Record& record) override {
+    void Store(Record& record) override {
         const BenchLock lock;
         const Configuration file(m_path);
         const config_setting_t* trunk = file.Named(record.trunk_name);

@@ -122,7 +122,7 @@ class Lmdb final : public Contestant {
         return records;
     }
 
-    void Store(const Record& record) override {
+    void Store(Record& record) override {
         const BenchLock lock;
         Environment database(m_path, 0);
         Entries entries = StoredEntries(record);

@@ -61,7 +61,7 @@ class Json final : public Contestant {
         return records;
     }
 
-    void Store(const Record& record) override {
+    void Store(Record& record) override {
         const BenchLock lock;
         WithTrunk(record.trunk_name, [&](const simdjson::padded_string& text,
                                          ondemand::object trunk) {

@@ -126,7 +126,7 @@ class Sqlite final : public Contestant {
         return records;
     }
 
-    void Store(const Record& record) override {
+    void Store(Record& record) override {
         const BenchLock lock;
         const Database database(m_path, SQLITE_OPEN_READWRITE);
         const Entries changes = StoredEntries(record);
