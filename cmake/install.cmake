@@ -13,12 +13,8 @@ install(
     INCLUDES
     DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/raiklaik")
 install(
-    FILES include/raiklaik.h
+    DIRECTORY include/
     DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/raiklaik"
-    COMPONENT dev)
-install(
-    FILES support/log_stream.h support/thread_mutex.h
-    DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/raiklaik/support"
     COMPONENT dev)
 
 file(RELATIVE_PATH RAIKLAIK_PC_INCLUDEDIR "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig"

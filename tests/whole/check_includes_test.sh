@@ -28,6 +28,7 @@ Verdict support/a.h '<vector>' yes
 Verdict support/a.h '<sys/sem.h>' yes
 Verdict support/a.h '"support/b.h"' yes
 Verdict support/a.h '"b.h"' no
+Verdict support/a.h '"include/support/b.h"' yes
 Verdict support/a.h '"include/raiklaik.h"' no
 Verdict support/a.cpp '"src/foundation/paths.h"' no
 Verdict support/a.cpp '<src/foundation/paths.h>' no
@@ -36,6 +37,7 @@ Verdict support/a.cpp '<nlohmann/json.hpp>' no
 Verdict src/foundation/a.h '"support/b.h"' yes
 Verdict src/foundation/a.h '"src/foundation/b.h"' yes
 Verdict src/foundation/a.h '"include/raiklaik.h"' yes
+Verdict src/foundation/a.h '"include/support/b.h"' no
 Verdict src/foundation/a.h '"src/trunks/b.h"' no
 Verdict src/foundation/a.h '"tests/fixture/b.h"' no
 
@@ -53,6 +55,9 @@ Verdict include/raiklaik.h '"support/log_stream.h"' yes
 Verdict include/raiklaik.h '"support/thread_mutex.h"' yes
 Verdict include/raiklaik.h '"support/config_file.h"' no
 Verdict include/raiklaik.h '"src/foundation/paths.h"' no
+Verdict include/support/a.h '<string>' yes
+Verdict include/support/a.h '"support/b.h"' no
+Verdict include/support/a.h '"include/raiklaik.h"' no
 
 Verdict tools/siptrunkctl/a.cpp '"include/raiklaik.h"' yes
 Verdict tools/siptrunkctl/a.cpp '<CLI/CLI.hpp>' yes

@@ -18,6 +18,7 @@ prefix=$work/moved
 libraries=$(dirname "$(find "$prefix" -name raiklaik.so)")
 export PKG_CONFIG_LIBDIR=$libraries/pkgconfig
 
+diff -r "$(dirname "$0")/../../include" "$prefix/include/raiklaik" || Fail "other headers"
 CheckLibraries "$libraries"
 BuildByPkgConfig
 LD_LIBRARY_PATH=$libraries Check "$work/by_pkg_config"
