@@ -1,21 +1,21 @@
 #include "support/config_file.h"
 
 #include <stdexcept>
+#include <utility>
 
 #include "support/durable_file.h"
 #include "support/entry.h"
 #include "support/line_scanner.h"
-#include "support/whole_file.h"
 
 namespace Configuration {
 
 ConfigFile::ConfigFile(const char* path, bool createIfMissing, bool readOnly, bool,
                        const char* separator, const char* commentMark, const char*)
-    : m_path(path),
-      m_readOnly(readOnly),
-      m_separator(*separator),
-      m_commentMark(*commentMark),
-      m_text(ReadWholeFile(path, createIfMissing).View()) {}
+    : m_path(path), m_readOnly(readOnly), m_separator(*separator), m_commentMark(*commentMark) {
+    FileText text = ReadWholeFile(path, createIfMissing);
+    m_text = text.View();
+    m_loaded = std::move(text.identity);
+}
 
 ConfigFile::~ConfigFile() = default;
 
@@ -73,11 +73,11 @@ bool ConfigFile::SetEntry(const char* key, const char* value) {
     return true;
 }
 
-void ConfigFile::Save(bool, const char*) const {
+void ConfigFile::Save(bool, const char*) {
     if (m_readOnly) {
         throw std::logic_error(m_path + ": save of a file opened read-only");
     }
-    ReplaceFile(m_path.c_str(), {m_text});
+    ReplaceFile(m_path.c_str(), m_loaded, {m_text});
 }
 
 }  // namespace Configuration

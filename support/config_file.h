@@ -3,6 +3,8 @@
 #include <string>
 #include <string_view>
 
+#include "support/whole_file.h"
+
 namespace Configuration {
 
 /// A text file that holds "KEY=value" lines among lines of any other kind, such as a shell script
@@ -45,7 +47,7 @@ class ConfigFile {
     /// Writes the whole file back to the path it was loaded from; on return it is on the disk
     /// (ReplaceFile in support/durable_file.h). Neither argument is used. Throws std::system_error,
     /// and std::logic_error for a read-only file.
-    void Save(bool, const char*) const;
+    void Save(bool, const char*);
 
   private:
     std::size_t ValueOffset(std::string_view line, std::string_view key) const;
@@ -55,6 +57,7 @@ class ConfigFile {
     char m_separator;
     char m_commentMark;
     std::string m_text;
+    FileIdentity m_loaded;
 };
 
 }  // namespace Configuration

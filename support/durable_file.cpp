@@ -77,7 +77,7 @@ class Target {
           m_file(FollowLinks(path, m_old)),
           m_nameBegin(m_file.rfind('/') + 1),
           m_folder(OpenFolder()) {
-        CheckRegular(path, m_old);
+        CheckRegular(path, m_old.st_mode);
     }
 
     [[noreturn]] void Fail(const char* step) const { ThrowSystemFailure(errno, m_path, step); }
@@ -268,7 +268,7 @@ void SweepLeftovers(const Target& target) {
 
 }  // namespace
 
-void ReplaceFile(const char* path, const TextPieces& pieces) {
+void ReplaceFile(const char* path, FileIdentity& /*loaded*/, const TextPieces& pieces) {
     const Target target(path);
     TemporaryFile temporary(target);
     temporary.TakeOwnerAndMode();

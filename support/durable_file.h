@@ -1,8 +1,9 @@
 #pragma once
 
-#include <memory_resource>
 #include <string_view>
 #include <vector>
+
+#include "support/whole_file.h"
 
 // Replacing a file so that a power cut leaves the old file or the new one.
 //
@@ -12,8 +13,8 @@
 // 3. The temporary file is readable by its owner alone until it has the old file's owner and mode.
 // 4. Every failure before the rename removes the temporary file.
 
-/// A text in pieces, one behind the other.
-using TextPieces = std::pmr::vector<std::string_view>;
+/// A text in pieces, one after the other.
+using TextPieces = std::vector<std::string_view>;
 
 /// Replaces the text of a regular file by `pieces`, durably:
 ///
@@ -26,8 +27,9 @@ using TextPieces = std::pmr::vector<std::string_view>;
 /// carried over. Temporary files that killed processes left are removed, so only one process may
 /// save a file at a time.
 /// path    an existing file
+/// loaded  the file that the text comes from; the new file from the rename on
 /// pieces  the text; a piece may be empty
 /// Throws std::system_error with the text "path: step: reason". The file is then the old one,
 /// except when the text says that the new file is in place: the sync of the folder came after the
 /// rename.
-void ReplaceFile(const char* path, const TextPieces& pieces);
+void ReplaceFile(const char* path, FileIdentity& loaded, const TextPieces& pieces);

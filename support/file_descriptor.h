@@ -3,11 +3,17 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <utility>
 
 /// Owner of an open file descriptor, -1 for none.
 class FileDescriptor {
   public:
     explicit FileDescriptor(int number) : m_number(number) {}
+    FileDescriptor(FileDescriptor&& other) noexcept : m_number(std::exchange(other.m_number, -1)) {}
+    FileDescriptor& operator=(FileDescriptor&& other) noexcept {
+        std::swap(m_number, other.m_number);
+        return *this;
+    }
     ~FileDescriptor() {
         if (m_number != -1) {
             (void)close(m_number);  // whoever needs the result has called Close

@@ -214,7 +214,7 @@ void MultiSectionFile::FoldChanges() {
     if (m_changes.empty()) {
         return;
     }
-    const TextPieces pieces = Pieces(std::pmr::get_default_resource());
+    const TextPieces pieces = Pieces();
     std::size_t size = 0;
     for (const std::string_view piece : pieces) {
         size += piece.size();
@@ -225,15 +225,16 @@ void MultiSectionFile::FoldChanges() {
         piece.copy(folded.bytes.get() + filled, piece.size());
         filled += piece.size();
     }
+    folded.identity = std::move(m_text.identity);
     m_text = std::move(folded);
     m_changes.clear();
     m_ends.count = 0;
 }
 
 // The file's text as it stands: the unchanged stretches and, between them, the changes.
-TextPieces MultiSectionFile::Pieces(std::pmr::memory_resource* memory) const {
+TextPieces MultiSectionFile::Pieces() const {
     const std::string_view text = m_text.View();
-    TextPieces pieces(memory);
+    TextPieces pieces;
     pieces.reserve(2 * m_changes.size() + 3);
     std::size_t written = 0;
     for (const Change& change : m_changes) {
@@ -250,13 +251,11 @@ TextPieces MultiSectionFile::Pieces(std::pmr::memory_resource* memory) const {
     return pieces;
 }
 
-void MultiSectionFile::Save(bool, const char*) const {
+void MultiSectionFile::Save(bool, const char*) {
     if (m_readOnly) {
         throw std::logic_error(m_path + ": save of a file opened read-only");
     }
-    std::byte room[16 * sizeof(std::string_view)];  // for as many pieces as most operations make
-    std::pmr::monotonic_buffer_resource memory(room, sizeof(room));
-    ReplaceFile(m_path.c_str(), Pieces(&memory));
+    ReplaceFile(m_path.c_str(), m_text.identity, Pieces());
 }
 
 }  // namespace Configuration

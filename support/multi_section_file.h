@@ -83,7 +83,7 @@ class MultiSectionFile {
 
     /// Writes the whole file back to the path it was loaded from; on return it is on the disk
     /// (ReplaceFile in support/durable_file.h). Neither argument is used. Throws std::system_error.
-    void Save(bool, const char*) const;
+    void Save(bool, const char*);
 
   private:
     // A stretch of m_text and what stands there instead.
@@ -120,7 +120,7 @@ class MultiSectionFile {
     }
     void KeepSection();
     void FoldChanges();
-    TextPieces Pieces(std::pmr::memory_resource* memory) const;
+    TextPieces Pieces() const;
 
     std::string m_path;
     bool m_readOnly;

@@ -1,11 +1,13 @@
 #include "support/whole_file.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 
-#include "support/file_descriptor.h"
 #include "support/system_call.h"
 
 namespace {
@@ -26,28 +28,31 @@ int OpenForReading(const char* path, bool createIfMissing) {
     return made;
 }
 
+void EndText(FileText& text, std::size_t size) {
+    text.size = size;
+    std::fill_n(text.bytes.get() + size, kLineFeedsAfterText, '\n');
+}
+
 }  // namespace
 
-void CheckRegular(const char* path, const struct stat& status) {
-    if (S_ISDIR(status.st_mode)) {
+void CheckRegular(const char* path, mode_t mode) {
+    if (S_ISDIR(mode)) {
         ThrowSystemFailure(EISDIR, path, "open");
     }
-    if (!S_ISREG(status.st_mode)) {
+    if (!S_ISREG(mode)) {
         ThrowSystemFailure(EINVAL, path, "open (a FIFO or device, not a regular file)");
     }
 }
 
 FileText MakeText(std::size_t size) {
     FileText text;
-    if (size > 0) {
-        text.bytes.reset(new char[size]);  // not set: every byte is overwritten
-        text.size = size;
-    }
+    text.bytes.reset(new char[size + kLineFeedsAfterText]);  // not set: each byte is overwritten
+    EndText(text, size);
     return text;
 }
 
 FileText ReadWholeFile(const char* path, bool createIfMissing) {
-    const FileDescriptor file(OpenForReading(path, createIfMissing));
+    FileDescriptor file(OpenForReading(path, createIfMissing));
     if (file.Number() == -1) {
         ThrowSystemFailure(errno, path, "open");
     }
@@ -55,8 +60,8 @@ FileText ReadWholeFile(const char* path, bool createIfMissing) {
     if (RetryInterrupted([&] { return fstat(file.Number(), &status); }) == -1) {
         ThrowSystemFailure(errno, path, "stat");
     }
-    CheckRegular(path, status);
-    if (status.st_size > PTRDIFF_MAX) {
+    CheckRegular(path, status.st_mode);
+    if (status.st_size > PTRDIFF_MAX - static_cast<off_t>(kLineFeedsAfterText)) {
         ThrowSystemFailure(EFBIG, path, "read");
     }
     FileText text = MakeText(static_cast<std::size_t>(status.st_size));
@@ -72,6 +77,7 @@ FileText ReadWholeFile(const char* path, bool createIfMissing) {
         }
         filled += static_cast<std::size_t>(count);
     }
-    text.size = filled;
+    EndText(text, filled);
+    text.identity = {status.st_dev, status.st_ino, std::move(file)};
     return text;
 }

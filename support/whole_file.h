@@ -1,15 +1,29 @@
 #pragma once
 
-#include <sys/stat.h>
+#include <sys/types.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string_view>
 
-/// A text of fixed size on the heap.
+#include "support/file_descriptor.h"
+
+/// Which file a text was loaded from, so that a save can tell whether it would replace another one.
+struct FileIdentity {
+    std::uint64_t device = 0;
+    std::uint64_t inode = 0;
+    FileDescriptor file{-1};  ///< held open, for a removed file's inode is soon another file's
+};
+
+/// How many line feeds follow a loaded text, so that a search for a line's end needs no other limit.
+constexpr std::size_t kLineFeedsAfterText = 64;
+
+/// A text of fixed size on the heap, and line feeds after it.
 struct FileText {
-    std::unique_ptr<char[]> bytes;  ///< null when the text is empty
-    std::size_t size = 0;           ///< in bytes
+    std::unique_ptr<char[]> bytes;  ///< `size` bytes, then `kLineFeedsAfterText` line feeds
+    std::size_t size = 0;           ///< in bytes, without the line feeds
+    FileIdentity identity{};        ///< of the file that it was loaded from, if it was
 
     std::string_view View() const { return {bytes.get(), size}; }
 };
@@ -25,5 +39,5 @@ FileText MakeText(std::size_t size);
 /// Throws std::system_error with the text "path: step: reason".
 FileText ReadWholeFile(const char* path, bool createIfMissing);
 
-/// Throws std::system_error unless `status` tells of a regular file.
-void CheckRegular(const char* path, const struct stat& status);
+/// Throws std::system_error unless `mode` (st_mode) is that of a regular file.
+void CheckRegular(const char* path, mode_t mode);

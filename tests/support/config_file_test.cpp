@@ -32,7 +32,7 @@ class StartFile : public Configuration::ConfigFile {
         return buffer[0] == '\0' ? std::nullopt : std::optional<std::string>("not the empty text");
     }
 
-    void Save() const { ConfigFile::Save(true, nullptr); }
+    void Save() { ConfigFile::Save(true, nullptr); }
 };
 
 class ConfigFileTest : public testing::Test {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <string>
 #include <vector>
@@ -9,10 +10,26 @@
 #include "tests/fixture/failure_text.h"
 #include "tests/fixture/temp_folder.h"
 
+/// The identity of the file that a path leads to, as loading it would tell; none for no file.
+inline FileIdentity IdentityOf(const std::string& path) {
+    struct stat status {};
+    (void)stat(path.c_str(), &status);
+    FileIdentity identity;
+    identity.device = status.st_dev;
+    identity.inode = status.st_ino;
+    return identity;
+}
+
+/// Replaces the text of the file that stands there.
+inline void ReplaceText(const std::string& path, const TextPieces& pieces) {
+    FileIdentity loaded = IdentityOf(path);
+    ReplaceFile(path.c_str(), loaded, pieces);
+}
+
 /// A folder with, or for, one file that is replaced.
 class DurableFileTest : public testing::Test {
   protected:
-    void Replace(const TextPieces& pieces = {"new"}) const { ReplaceFile(m_path.c_str(), pieces); }
+    void Replace(const TextPieces& pieces = {"new"}) const { ReplaceText(m_path, pieces); }
     std::string FailureToReplace() const {
         return FailureOf([&] { Replace(); });
     }

@@ -170,7 +170,7 @@ TEST_F(DurableFileTest, TheFolderOfALinkNeedNotBeReadable) {
     ASSERT_EQ(chmod(m_folder.File("links").c_str(), 0311), 0);
     EXPECT_EQ(RunAsOrdinaryUser([&] {
                   WriteFile(target, "old");
-                  EXPECT_EQ(FailureOf([&] { ReplaceFile(link.c_str(), {"new"}); }), "no failure");
+                  EXPECT_EQ(FailureOf([&] { ReplaceText(link, {"new"}); }), "no failure");
               }),
               0);
     EXPECT_EQ(ReadFile(target), "new");
@@ -200,20 +200,20 @@ TEST_F(DurableFileTest, AsManyLinksAreFollowedAsTheKernelFollows) {
         std::filesystem::create_symlink(std::to_string(link - 1),
                                         m_folder.File(std::to_string(link)));
     }
-    ReplaceFile(m_folder.File("40").c_str(), {"new"});
+    ReplaceText(m_folder.File("40"), {"new"});
     EXPECT_EQ(ReadFile(m_folder.File("40")), "new");
-    EXPECT_THROW(ReplaceFile(m_folder.File("41").c_str(), {"newer"}), std::system_error);
+    EXPECT_THROW(ReplaceText(m_folder.File("41"), {"newer"}), std::system_error);
     EXPECT_THROW(ReadFile(m_folder.File("41")), std::exception);
 }
 
 TEST_F(DurableFileTest, ANameThatLeavesNoRoomForATemporaryOneIsRefused) {
     const std::string longest = m_folder.File(std::string(NAME_MAX - 8, 'n'));
     WriteFile(longest, "old");
-    ReplaceFile(longest.c_str(), {"new"});
+    ReplaceText(longest, {"new"});
     EXPECT_EQ(ReadFile(longest), "new");
     const std::string longer = longest + "n";
     WriteFile(longer, "old");
-    EXPECT_EQ(FailureOf([&] { ReplaceFile(longer.c_str(), {"new"}); }),
+    EXPECT_EQ(FailureOf([&] { ReplaceText(longer, {"new"}); }),
               longer + ": create temporary file: File name too long");
     EXPECT_EQ(ReadFile(longer), "old");
 }
@@ -222,11 +222,11 @@ TEST_F(DurableFileTest, ARelativePathIsReplacedInTheWorkingFolder) {
     const std::filesystem::path before = std::filesystem::current_path();
     WriteFile(m_path, "old");
     std::filesystem::current_path(m_folder.Path());
-    ReplaceFile("rc.conf", {"1"});
+    ReplaceText("rc.conf", {"1"});
     EXPECT_EQ(ReadFile(m_path), "1");
-    ReplaceFile("././rc.conf", {"2"});
+    ReplaceText("././rc.conf", {"2"});
     std::filesystem::create_symlink("rc.conf", "link");
-    ReplaceFile("link", {"3"});
+    ReplaceText("link", {"3"});
     std::filesystem::current_path(before);
     EXPECT_EQ(ReadFile(m_path), "3");
 }

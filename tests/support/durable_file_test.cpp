@@ -16,7 +16,7 @@
 
 namespace {
 
-TEST_F(DurableFileTest, TheNewTextIsThePiecesOneBehindTheOther) {
+TEST_F(DurableFileTest, TheNewTextIsThePiecesOneAfterTheOther) {
     std::string bytes;
     for (int code = 0; code < 256; ++code) {
         bytes.push_back(static_cast<char>(code));

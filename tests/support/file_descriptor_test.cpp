@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <utility>
 
 #include "tests/fixture/failing_calls.h"
 
@@ -51,6 +52,23 @@ TEST(FileDescriptorTest, ACloseThatASignalInterruptsHasClosed) {
         EXPECT_TRUE(owner.Close());
     }
     EXPECT_EQ(failing.Count(), 1);
+}
+
+TEST(FileDescriptorTest, AnOwnerThatIsMovedFromOwnsNothing) {
+    const CallWatch closing(Call::kClose);
+    {
+        FileDescriptor owner(OpenSomething());
+        const int number = owner.Number();
+        FileDescriptor second(std::move(owner));
+        EXPECT_EQ(owner.Number(), -1);  // NOLINT(bugprone-use-after-move): what is tested
+        FileDescriptor third(OpenSomething());
+        const int other = third.Number();
+        third = std::move(second);
+        EXPECT_EQ(third.Number(), number);
+        EXPECT_TRUE(IsOpen(number));
+        EXPECT_TRUE(IsOpen(other)) << "until its new owner's end";
+    }
+    EXPECT_EQ(closing.Count(), 2);
 }
 
 TEST(FileDescriptorTest, AnOwnerOfNothingClosesNothing) {

@@ -66,7 +66,7 @@ TEST_F(MultiSectionFileTest, WhatIsNotSavedIsForgotten) {
 TEST_F(MultiSectionFileTest, AFileIsWrittenByEverySaveAlsoWhenNothingChanged) {
     WriteFile(m_path, kTwoSections);
     const ino_t inode = InodeOf(m_path);
-    const SectionFile file(m_path);
+    SectionFile file(m_path);
     file.Save();
     EXPECT_NE(InodeOf(m_path), inode);
     EXPECT_EQ(ReadFile(m_path), kTwoSections);

@@ -26,5 +26,5 @@ class SectionFile : public Configuration::MultiSectionFile {
         return buffer[0] == '\0' ? std::nullopt : std::optional<std::string>("not the empty text");
     }
 
-    void Save() const { MultiSectionFile::Save(true, nullptr); }
+    void Save() { MultiSectionFile::Save(true, nullptr); }
 };

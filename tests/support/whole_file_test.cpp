@@ -153,11 +153,34 @@ TEST_F(WholeFileTest, BehindALinkToNothingTheMissingFileIsMade) {
     EXPECT_EQ(ModeOf(m_folder.File("target")), 0600U);
 }
 
-TEST_F(WholeFileTest, AnEmptyTextTakesNoMemory) {
-    EXPECT_EQ(MakeText(0).bytes, nullptr);
+TEST_F(WholeFileTest, LineFeedsFollowEachText) {
+    const std::string lineFeeds(64, '\n');
+    const auto following = [](const FileText& text) {
+        return std::string(text.bytes.get() + text.size, kLineFeedsAfterText);
+    };
+    EXPECT_EQ(following(MakeText(0)), lineFeeds);
     EXPECT_EQ(MakeText(0).View(), "");
-    WriteFile(m_path, "");
-    EXPECT_EQ(ReadWholeFile(m_path.c_str(), false).bytes, nullptr);
+    EXPECT_EQ(following(MakeText(3)), lineFeeds);
+    EXPECT_EQ(MakeText(3).size, 3U);
+    for (const std::string& text : {std::string(), std::string("a"), std::string(5000, 'x')}) {
+        WriteFile(m_path, text);
+        EXPECT_EQ(following(ReadWholeFile(m_path.c_str(), false)), lineFeeds);
+    }
+    const CallWatch cutting(Call::kRead, [&](int) { return truncate(m_path.c_str(), 3); });
+    EXPECT_EQ(following(ReadWholeFile(m_path.c_str(), false)), lineFeeds);
+}
+
+TEST_F(WholeFileTest, ATextTellsWhichFileItIsOf) {
+    WriteFile(m_folder.File("target"), "text");
+    ASSERT_EQ(symlink("target", m_path.c_str()), 0);
+    struct stat status {};
+    ASSERT_EQ(stat(m_path.c_str(), &status), 0);
+    const FileText text = ReadWholeFile(m_path.c_str(), false);
+    EXPECT_EQ(text.identity.device, status.st_dev);
+    EXPECT_EQ(text.identity.inode, status.st_ino);
+    struct stat open {};
+    ASSERT_EQ(fstat(text.identity.file.Number(), &open), 0);
+    EXPECT_EQ(open.st_ino, status.st_ino);
 }
 
 TEST_F(WholeFileTest, LinksInACircleAreAFailure) {
