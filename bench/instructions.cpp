@@ -1,4 +1,5 @@
-// Runs one job some times, for a counter of instructions to look at.
+// Runs one job some times, for a counter of instructions to look at. Without arguments it prints the
+// contestants' names.
 
 #include <iostream>
 #include <string>
@@ -8,8 +9,10 @@
 
 int main(int argc, char** argv) {
     if (argc != 6) {
-        std::cerr << "usage: raiklaik_instructions CONTESTANT JOB TRUNKS TIMES FOLDER\n";
-        return 2;
+        for (const ContestantKind& kind : ContestantKind::All()) {
+            std::cout << kind.Name() << '\n';
+        }
+        return argc == 1 ? 0 : 2;
     }
     const int trunks = std::stoi(argv[3]);
     const ScratchFolder folder(argv[5]);

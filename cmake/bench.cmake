@@ -1,40 +1,20 @@
-# What measures the library. script/check-instructions and script/bench build and run it.
+# What measures the library. script/bench, script/check-instructions and script/check-sizes build and
+# run it.
 
 option(RAIKLAIK_BUILD_BENCH "Build the benchmark" OFF)
 if(NOT RAIKLAIK_BUILD_BENCH)
     return()
 endif()
 
-add_library(raiklaik_bench_jobs OBJECT bench/contestant.cpp bench/files.cpp bench/floor.cpp
-                                       bench/library.cpp bench/trunk_data.cpp)
+add_library(raiklaik_bench_jobs OBJECT bench/contestant.cpp bench/files.cpp bench/library.cpp
+                                       bench/trunk_data.cpp)
 target_include_directories(raiklaik_bench_jobs PUBLIC "${PROJECT_SOURCE_DIR}"
                                                       "${PROJECT_SOURCE_DIR}/include")
 target_compile_definitions(raiklaik_bench_jobs PUBLIC _FILE_OFFSET_BITS=64)
 target_link_libraries(raiklaik_bench_jobs PUBLIC raiklaik_warnings raiklaik_hardening)
 
-function(raiklaik_add_bench_program program source)
-    add_executable(${program} bench/${source})
-    target_link_libraries(${program} PRIVATE raiklaik_bench_jobs ${ARGN})
-endfunction()
-
-# With the library as it is shipped.
-raiklaik_add_bench_program(raiklaik_instructions instructions.cpp raiklaik)
-string(REGEX MATCH "^[0-9]+" compilerMajor "${CMAKE_CXX_COMPILER_VERSION}")
-file(WRITE "${PROJECT_BINARY_DIR}/compiler" "${CMAKE_CXX_COMPILER_ID}-${compilerMajor}\n")
-
-# Emulated processors have instructions, but no times.
-if(CMAKE_CROSSCOMPILING)
-    return()
-endif()
-
-find_package(benchmark QUIET)
-if(NOT benchmark_FOUND)
-    message(FATAL_ERROR "Google Benchmark was not found: install the Debian package "
-                        "libbenchmark-dev, or build without the benchmark: "
-                        "-DRAIKLAIK_BUILD_BENCH=OFF")
-endif()
-
-add_library(raiklaik_bench_peers OBJECT)
+# With what the library is compared: the floor, and other libraries as far as they are there.
+add_library(raiklaik_bench_peers OBJECT bench/floor.cpp)
 target_link_libraries(raiklaik_bench_peers PUBLIC raiklaik_bench_jobs)
 find_package(PkgConfig QUIET)
 foreach(peer IN ITEMS "gkeyfile|glib-2.0|libglib2.0-dev" "inih|inih|libinih-dev"
@@ -53,7 +33,30 @@ foreach(peer IN ITEMS "gkeyfile|glib-2.0|libglib2.0-dev" "inih|inih|libinih-dev"
     endif()
 endforeach()
 
-raiklaik_add_bench_program(raiklaik_bench operations_bench.cpp raiklaik_bench_peers raiklaik_objects
-                           benchmark::benchmark)
-raiklaik_add_bench_program(raiklaik_counts counts.cpp raiklaik_bench_peers raiklaik_objects)
-raiklaik_add_bench_program(raiklaik_contention contention.cpp raiklaik_bench_peers raiklaik_objects)
+function(raiklaik_add_bench_program program source)
+    add_executable(${program} bench/${source})
+    target_link_libraries(${program} PRIVATE raiklaik_bench_jobs raiklaik ${ARGN})
+endfunction()
+
+raiklaik_add_bench_program(raiklaik_instructions instructions.cpp raiklaik_bench_peers)
+raiklaik_add_bench_program(raiklaik_heap heap.cpp)
+add_custom_command(
+    TARGET raiklaik_heap
+    POST_BUILD
+    COMMAND "${CMAKE_STRIP}" -o "${PROJECT_BINARY_DIR}/stripped" "$<TARGET_FILE:raiklaik>")
+string(REGEX MATCH "^[0-9]+" compilerMajor "${CMAKE_CXX_COMPILER_VERSION}")
+file(WRITE "${PROJECT_BINARY_DIR}/compiler" "${CMAKE_CXX_COMPILER_ID}-${compilerMajor}\n")
+
+# An emulated processor tells nothing of time.
+if(CMAKE_CROSSCOMPILING)
+    return()
+endif()
+
+find_package(benchmark QUIET)
+if(NOT benchmark_FOUND)
+    message(FATAL_ERROR "Google Benchmark was not found: install the Debian package "
+                        "libbenchmark-dev, or build without the benchmark: "
+                        "-DRAIKLAIK_BUILD_BENCH=OFF")
+endif()
+raiklaik_add_bench_program(raiklaik_times times.cpp raiklaik_bench_peers benchmark::benchmark)
+raiklaik_add_bench_program(raiklaik_contention contention.cpp raiklaik_bench_peers)

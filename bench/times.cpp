@@ -54,7 +54,7 @@ void RegisterAll(const std::string& memory, const std::string& disk) {
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
     if (argc != 3) {
-        std::cerr << "usage: raiklaik_bench [OPTION...] MEMORY-FOLDER DISK-FOLDER\n";
+        std::cerr << "usage: raiklaik_times [OPTION...] MEMORY-FOLDER DISK-FOLDER\n";
         return 2;
     }
     CheckAllAnswers(argv[1]);
