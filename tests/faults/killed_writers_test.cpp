@@ -14,8 +14,8 @@
 #include <thread>
 
 #include "tests/faults/disturbed_calls.h"
+#include "tests/fixture/child_process.h"
 #include "tests/fixture/device_fixture.h"
-#include "tests/fixture/own_lock.h"
 
 // Eight processes write without end, and are killed at random. Each writes rising numbers into a
 // trunk of its own, and notes each number before and after, in memory that survives it.
@@ -65,7 +65,7 @@ std::string SectionOf(std::size_t writer, unsigned number) {
     }
 }
 
-class KilledWriters : private OwnLock, public DeviceFixture {
+class KilledWriters : public DeviceFixture {
   protected:
     KilledWriters() {
         void* memory = mmap(nullptr, sizeof(AllProgress), PROT_READ | PROT_WRITE,
@@ -80,9 +80,11 @@ class KilledWriters : private OwnLock, public DeviceFixture {
     ~KilledWriters() override { (void)munmap(m_progress, sizeof(AllProgress)); }
 
     void Start(std::size_t writer) {
+        const pid_t parent = getpid();
         m_processes.at(writer) = fork();
         ASSERT_NE(m_processes.at(writer), -1);
         if (m_processes.at(writer) == 0) {
+            EndWithParent(parent);
             WriteWithoutEnd(writer, m_progress->at(writer));
         }
     }
@@ -154,7 +156,7 @@ class KilledWriters : private OwnLock, public DeviceFixture {
     unsigned m_lost = 0;
 };
 
-class KilledHolder : private OwnLock, public DeviceFixture {
+class KilledHolder : public DeviceFixture {
   protected:
     KilledHolder() { WriteStartFile(""); }
 
@@ -162,8 +164,10 @@ class KilledHolder : private OwnLock, public DeviceFixture {
     static pid_t StartHolder() {
         std::array<int, 2> ends{};
         EXPECT_EQ(pipe(ends.data()), 0);
+        const pid_t parent = getpid();
         const pid_t holder = fork();
         if (holder == 0) {
+            EndWithParent(parent);
             HoldForEver(ends[1]);
         }
         char taken = 0;

@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "tests/fixture/device_fixture.h"
-#include "tests/fixture/own_lock.h"
 
 // Sixteen threads at once: half of them write, half of them read.
 
@@ -37,7 +36,7 @@ void RunAll(const std::vector<std::function<void()>>& works) {
     }
 }
 
-class Threads : private OwnLock, public DeviceFixture {
+class Threads : public DeviceFixture {
   protected:
     Threads() {
         WriteDatabase("");

@@ -6,7 +6,6 @@
 
 #include "include/raiklaik.h"
 #include "tests/faults/reference_file.h"
-#include "tests/fixture/own_lock.h"
 #include "tests/fixture/temp_folder.h"
 #include "tests/fuzz/fuzz_input.h"
 
@@ -27,7 +26,6 @@ struct Device {
     std::string Database() const { return folder.File("telephony/siptrunkdb"); }
     std::string StartFile() const { return folder.File("sysconfig/rc.conf"); }
 
-    OwnLock lock;
     TempFolder folder;
 };
 

@@ -477,7 +477,9 @@ TEST_F(ProcessSemaphoreTest, APairWhoseHashIsTheKeyOfPrivateSetsIsALockLikeAnyOt
     const int number = 15595;
     const char* const path = "/raiklaik/16535";
     ASSERT_EQ(KeyOf(number, path), IPC_PRIVATE);
-    const OwnLock apart;
+    if (!HasOwnLock()) {
+        GTEST_SKIP() << "the machine may have a set of that key";
+    }
     Semaphore lock(number, path);
     const Semaphore other(number, path);
     lock.Lock(true);
