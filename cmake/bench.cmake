@@ -8,10 +8,7 @@ endif()
 
 add_library(raiklaik_bench_jobs OBJECT bench/contestant.cpp bench/files.cpp bench/library.cpp
                                        bench/trunk_data.cpp)
-target_include_directories(raiklaik_bench_jobs PUBLIC "${PROJECT_SOURCE_DIR}"
-                                                      "${PROJECT_SOURCE_DIR}/include")
-target_compile_definitions(raiklaik_bench_jobs PUBLIC _FILE_OFFSET_BITS=64)
-target_link_libraries(raiklaik_bench_jobs PUBLIC raiklaik_warnings raiklaik_hardening)
+target_link_libraries(raiklaik_bench_jobs PUBLIC raiklaik_flags)
 
 # With what the library is compared: the floor, and other libraries as far as they are there.
 add_library(raiklaik_bench_peers OBJECT bench/floor.cpp)

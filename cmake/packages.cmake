@@ -33,11 +33,14 @@ set(CPACK_DEBIAN_DEV_PACKAGE_SECTION "libdevel\nMulti-Arch: same")
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "raiklaik1 (= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_DEV_DESCRIPTION
     "SIP trunk configuration of a telephony device (development files)
-Headers, pkg-config and CMake packages, manual pages and examples, to
-build programs with raiklaik1.")
+Headers, pkg-config and CMake packages, a manual page, documentation
+and examples, to build programs with raiklaik1.")
 
 set(CPACK_DEBIAN_TOOL_PACKAGE_NAME siptrunkctl)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION "admin\nMulti-Arch: foreign")
+# The page siptrunkdb(5) was in raiklaik-dev before.
+set(CPACK_DEBIAN_TOOL_PACKAGE_BREAKS "raiklaik-dev (<< 1.1.0)")
+set(CPACK_DEBIAN_TOOL_PACKAGE_REPLACES "raiklaik-dev (<< 1.1.0)")
 set(CPACK_DEBIAN_TOOL_DESCRIPTION
     "operator's tool for the SIP trunks of a telephony device
 Shows and changes trunks, registrations and agents, checks, exports and
@@ -81,9 +84,11 @@ file(WRITE "${made}/triggers" "activate-noawait ldconfig\n")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${made}/shlibs" "${made}/triggers")
 
 install(
-    DIRECTORY examples
+    DIRECTORY examples docs
     DESTINATION share/doc/raiklaik-dev
-    COMPONENT dev)
+    COMPONENT dev FILES_MATCHING
+    PATTERN *.cpp
+    PATTERN *.md)
 foreach(component IN LISTS CPACK_COMPONENTS_ALL)
     string(TOUPPER ${component} upper)
     install(

@@ -26,21 +26,3 @@ target_link_libraries(siptrunkctl PRIVATE raiklaik raiklaik_support)
 # A flash disk holds it, and it waits for the disk and the lock, not for the processor.
 target_compile_options(siptrunkctl PRIVATE $<$<CONFIG:Release>:-Os> -ffunction-sections -fdata-sections)
 target_link_options(siptrunkctl PRIVATE LINKER:--gc-sections)
-
-install(
-    FILES schema/siptrunkctl.schema.json
-    DESTINATION "${CMAKE_INSTALL_DATADIR}/siptrunkctl"
-    COMPONENT tool)
-install(
-    FILES completions/siptrunkctl.bash
-    DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions"
-    RENAME siptrunkctl
-    COMPONENT tool)
-install(
-    FILES completions/_siptrunkctl
-    DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/site-functions"
-    COMPONENT tool)
-install(
-    FILES completions/siptrunkctl.fish
-    DESTINATION "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d"
-    COMPONENT tool)

@@ -3,15 +3,13 @@
 
 option(RAIKLAIK_WERROR "Treat compiler warnings as errors" OFF)
 
-add_library(raiklaik_warnings INTERFACE)
-target_compile_options(
-    raiklaik_warnings
-    INTERFACE -Wall
-              -Wextra
-              -Wpedantic
-              -Wconversion
-              -Wshadow
-              -Wnon-virtual-dtor
-              # g++ warns in spite of a cast to void; clang looks at the same calls and obeys it.
-              $<$<CXX_COMPILER_ID:GNU>:-Wno-unused-result>
-              $<$<BOOL:${RAIKLAIK_WERROR}>:-Werror>)
+set(warningOptions
+    -Wall
+    -Wextra
+    -Wpedantic
+    -Wconversion
+    -Wshadow
+    -Wnon-virtual-dtor
+    # g++ warns in spite of a cast to void; clang looks at the same calls and obeys it.
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-unused-result>
+    $<$<BOOL:${RAIKLAIK_WERROR}>:-Werror>)

@@ -27,11 +27,11 @@ CheckLibraries() {
 }
 
 # Builds programs with what pkg-config says, which PKG_CONFIG_LIBDIR leads: $work/by_pkg_config, and
-# one for each header alone.
+# one for each header alone. With --static the program has all libraries in it.
 BuildByPkgConfig() {
     local compileFlags linkFlags header
     read -ra compileFlags <<<"$(pkg-config --cflags raiklaik)"
-    read -ra linkFlags <<<"$(pkg-config --libs raiklaik)"
+    read -ra linkFlags <<<"${1:+-static }$(pkg-config "$@" --libs raiklaik)"
     for header in raiklaik.h support/log_stream.h support/thread_mutex.h; do
         printf '#include "%s"\n' "$header" >"$work/alone.cpp"
         Quietly "$compiler" "${strict[@]}" "${compileFlags[@]}" -fsyntax-only "$work/alone.cpp"
@@ -40,14 +40,16 @@ BuildByPkgConfig() {
         -o "$work/by_pkg_config" "${linkFlags[@]}"
 }
 
-# BuildByCMake PREFIX: builds $work/by_cmake/consumer with what find_package finds there.
-BuildByCMake() {
+# BuildProject SOURCE_FOLDER BUILD_FOLDER [OPTION...]
+BuildProject() {
     local arguments
     read -ra arguments <<<"${CMAKE_ARGUMENTS:-}"
-    Quietly cmake -S "$consumer" -B "$work/by_cmake" -DCMAKE_PREFIX_PATH="$1" \
-        -DCMAKE_CXX_COMPILER="$compiler" "${arguments[@]}"
-    Quietly cmake --build "$work/by_cmake"
+    Quietly cmake -S "$1" -B "$2" -DCMAKE_CXX_COMPILER="$compiler" "${arguments[@]}" "${@:3}"
+    Quietly cmake --build "$2"
 }
+
+# BuildByCMake PREFIX: builds $work/by_cmake/consumer with what find_package finds there.
+BuildByCMake() { BuildProject "$consumer" "$work/by_cmake" -DCMAKE_PREFIX_PATH="$1"; }
 
 # Runs a program of the consumer on a base folder of its own.
 Check() {
