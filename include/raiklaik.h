@@ -8,6 +8,7 @@
 
 #include <sys/timeb.h>
 
+#include <climits>
 #include <cstdint>
 #include <ctime>
 #include <list>
@@ -16,6 +17,12 @@
 
 #include "support/log_stream.h"
 #include "support/thread_mutex.h"
+
+#ifdef __TIMESIZE  // glibc: the bits of time_t where no option changes them
+static_assert(sizeof(std::time_t) * CHAR_BIT == __TIMESIZE,
+              "raiklaik.h needs time_t as the platform has it: compile without _TIME_BITS=64, or "
+              "with -U_TIME_BITS");
+#endif
 
 class Semaphore;
 

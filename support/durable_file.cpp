@@ -1,3 +1,5 @@
+#include "support/wide_time.h"
+
 #include "support/durable_file.h"
 
 #include <dirent.h>

@@ -1,3 +1,5 @@
+#include "support/wide_time.h"
+
 #include "support/log_stream.h"
 
 #include <fcntl.h>

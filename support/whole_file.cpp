@@ -1,3 +1,5 @@
+#include "support/wide_time.h"
+
 #include "support/whole_file.h"
 
 #include <fcntl.h>

@@ -1,9 +1,7 @@
-#include <sys/time.h>
-
 #include <cstdio>
 
 #include "include/raiklaik.h"
-#include "src/foundation/local_time.h"
+#include "src/foundation/clock.h"
 
 namespace {
 
@@ -16,9 +14,7 @@ void AppendNumber(std::string& text, const char* format, int number) {
 }  // namespace
 
 void CSIPTrunkConfig::GetLocalDateTime(std::string& time, std::string& date) {
-    struct timeval now {};
-    (void)gettimeofday(&now, nullptr);
-    const struct tm local = LocalTime(now.tv_sec);
+    const struct tm local = raiklaik::LocalTime(raiklaik::ReadSeconds());
 
     AppendNumber(date, "%02d", local.tm_mon + 1);
     date += '/';

@@ -4,7 +4,7 @@
 #include <ctime>
 
 #include "include/raiklaik.h"
-#include "src/foundation/local_time.h"
+#include "src/foundation/clock.h"
 
 namespace {
 
@@ -21,13 +21,6 @@ class HeldMutex {
     ThreadMutex& m_mutex;
 };
 
-void ReadClock(struct timeb& clock) {
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
-    (void)ftime(&clock);
-#pragma GCC diagnostic pop
-}
-
 }  // namespace
 
 CSIPTrunkLogger::CSIPTrunkLogger(const char* name)
@@ -40,14 +33,17 @@ CSIPTrunkLogger::~CSIPTrunkLogger() = default;
 
 std::string CSIPTrunkLogger::FormatTime() {
     char prefix[100] = {};
-    ReadClock(m_clock);
+    const raiklaik::Moment now = raiklaik::ReadClock();
+    // Where time_t has 32 bits, the members hold the seconds cut; the local time is made of all.
+    m_clock.time = static_cast<std::time_t>(now.seconds);
+    m_clock.millitm = now.milliseconds;
     // Without a prefix made before, there is nothing to abbreviate, whatever second it is.
     if (m_clock.time == m_lastSecond && m_prefixLength > 0) {
         std::memset(prefix, ' ', static_cast<std::size_t>(m_prefixLength - 1));
         prefix[m_prefixLength - 1] = '.';
     } else {
         m_lastSecond = m_clock.time;
-        const struct tm local = LocalTime(m_lastSecond);
+        const struct tm local = raiklaik::LocalTime(now.seconds);
         m_prefixLength =
             static_cast<std::int32_t>(std::strftime(prefix, sizeof(prefix), "%H:%M:%S.", &local));
     }

@@ -38,3 +38,31 @@ REPLACEMENT(gettimeofday, int, (struct timeval * clock, void* zone)) {
     clock->tv_sec = static_cast<std::time_t>(stoppedAt);
     return 0;
 }
+
+// What 32-bit systems call for a time of 64 bits.
+
+struct WideTimespec {
+    std::int64_t seconds;
+    std::int32_t nanoseconds[2];  // one is padding, which one depends on the byte order
+};
+
+REPLACEMENT(__clock_gettime64, int, (clockid_t which, WideTimespec* clock)) {
+    if (!isClockStopped || which != CLOCK_REALTIME) {
+        return REAL(__clock_gettime64)(which, clock);
+    }
+    *clock = {stoppedAt, {0, 0}};
+    return 0;
+}
+
+struct WideTimeval {
+    std::int64_t seconds;
+    std::int64_t microseconds;
+};
+
+REPLACEMENT(__gettimeofday64, int, (WideTimeval * clock, void* zone)) {
+    if (!isClockStopped) {
+        return REAL(__gettimeofday64)(clock, zone);
+    }
+    *clock = {stoppedAt, 0};
+    return 0;
+}

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstdint>
+#include <ctime>
+
+// The only place that reads the clock and makes local time. What passes through here has 64 bits,
+// also where time_t has 32.
+
+namespace raiklaik {
+
+/// A reading of the clock.
+struct Moment {
+    std::int64_t seconds;         ///< since 1970, UTC
+    unsigned short milliseconds;  ///< of that second, 0 to 999
+};
+
+/// Reads the clock, for the log.
+Moment ReadClock();
+
+/// Reads the clock's seconds since 1970, for stamps.
+std::int64_t ReadSeconds();
+
+/// Returns local broken-down time in the zone that TZ names now. Any thread may call.
+struct tm LocalTime(std::int64_t seconds);
+
+}  // namespace raiklaik
