@@ -29,7 +29,7 @@ std::size_t ConfigFile::ValueOffset(std::string_view line, std::string_view key)
     return separator + 1;
 }
 
-bool ConfigFile::GetEntry(const char* key, char* buffer, unsigned int size) const {
+unsigned int ConfigFile::GetEntry(const char* key, char* buffer, unsigned int size) const {
     // Without a look at the key, a comment could pass for an entry.
     const bool isKey = KeyFault(key, m_separator, m_commentMark) == nullptr;
     bool found = false;
@@ -41,8 +41,8 @@ bool ConfigFile::GetEntry(const char* key, char* buffer, unsigned int size) cons
             value = lines.Line().substr(offset);
         }
     }
-    CopyValue(value, buffer, size);
-    return found;
+    const unsigned int length = CopyValue(value, buffer, size);
+    return found ? length + 1 : 0;
 }
 
 bool ConfigFile::SetEntry(const char* key, const char* value) {

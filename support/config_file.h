@@ -37,8 +37,8 @@ class ConfigFile {
     /// buffer  receives at most `size` - 1 bytes of the value and a NUL; the empty text when
     ///         the key is absent
     /// size    the buffer's size in bytes
-    /// Returns whether the key is there.
-    bool GetEntry(const char* key, char* buffer, unsigned int size) const;
+    /// Returns 0 when the key is absent, otherwise the length of the text in the buffer and its NUL.
+    unsigned int GetEntry(const char* key, char* buffer, unsigned int size) const;
     /// Sets every entry with the key, or adds one at the end of the file. Returns true.
     /// Throws std::invalid_argument, before anything changes, when the file could not give the
     /// entry back (CheckStorable in support/entry.h), and std::logic_error for a read-only file.

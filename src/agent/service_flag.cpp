@@ -1,4 +1,4 @@
-#include <cstring>
+#include <string_view>
 
 #include "include/raiklaik.h"
 #include "src/foundation/access_frame.h"
@@ -10,8 +10,9 @@ bool CSIPTrunkConfig::LoadAgentStatus() {
     return RunLocked<LocalBuffer>(*m_semaphore, m_logger, false, [](ValueBuffer buffer) {
         const Configuration::ConfigFile startFile(StartFilePath().c_str(), false, true, false, "=",
                                                   "#", nullptr);
-        return startFile.GetEntry(key::kStartService, buffer.text, buffer.capacity) &&
-               std::strcmp(buffer.text, start::kYes) == 0;
+        const unsigned int filled =
+            startFile.GetEntry(key::kStartService, buffer.text, buffer.capacity);
+        return filled != 0 && std::string_view(buffer.text, filled - 1) == start::kYes;
     });
 }
 
@@ -20,8 +21,8 @@ bool CSIPTrunkConfig::SaveAgentStatus(const bool& flag) {
     return RunLocked<LocalBuffer>(*m_semaphore, m_logger, false, [&](ValueBuffer) {
         Configuration::ConfigFile startFile(StartFilePath().c_str(), false, false, false, "=", "#",
                                             nullptr);
-        if (!startFile.SetEntry(key::kStartService, value)) {  // GCOVR_EXCL_BR_LINE: it throws
-            return false;                                      // GCOVR_EXCL_LINE
+        if (!startFile.SetEntry(key::kStartService, value)) {
+            return false;
         }
         startFile.Save(true, nullptr);
         return true;

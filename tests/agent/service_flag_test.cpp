@@ -36,6 +36,7 @@ TEST_F(ServiceFlagTest, OnlyTheTextTrueStartsTheService) {
                               "\"true\"", "true # yes"}) {
         EXPECT_FALSE(Load(std::string("START_SIPTRUNK=") + value + "\n")) << value;
     }
+    EXPECT_FALSE(Load("START_SIPTRUNK=true" + std::string(1, '\0') + "false\n"));
 }
 
 TEST_F(ServiceFlagTest, AMissingEntryDoesNotStartTheService) {

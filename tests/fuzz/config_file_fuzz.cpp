@@ -69,9 +69,10 @@ bool IsStorable(const std::string& key, const std::string& value) {
 void CheckRead(const ConfigFile& file, const std::string& text, const std::string& key) {
     std::array<char, kLongestRead + 1> value{};
     const std::optional<std::string> expected = Get(text, key);
-    Require(file.GetEntry(key.c_str(), value.data(), value.size()) == expected.has_value());
+    const unsigned int filled = file.GetEntry(key.c_str(), value.data(), value.size());
     const std::string cut = expected.value_or("").substr(0, kLongestRead);
-    Require(value.data() == std::string(cut.c_str()));
+    Require(filled == (expected ? cut.size() + 1 : 0));
+    Require(std::string(value.data(), cut.size() + 1) == cut + '\0');
 }
 
 }  // namespace

@@ -97,7 +97,7 @@ TEST_F(ConfigFileTest, AReadCopiesAsMuchAsTheBufferHolds) {
     const StartFile file(m_path, Access::kReadOnly);
     for (const unsigned int size : {1U, 2U, 1024U, 1501U}) {
         std::string buffer(1600, '.');
-        EXPECT_TRUE(file.GetEntry("LONG", buffer.data(), size));
+        EXPECT_EQ(file.GetEntry("LONG", buffer.data(), size), size);
         EXPECT_EQ(buffer, value.substr(0, size - 1) + '\0' + std::string(1600 - size, '.'));
     }
 }
