@@ -10,7 +10,7 @@
 #include "support/smart_buffer.h"
 
 // The frame that every operation on the device's files runs in. Its promises:
-// 1. The work runs under the lock of the device, and what it opens is closed before the lock goes.
+// 1. The work runs under the lock of the device, and what it makes is gone before the lock goes.
 // 2. The lock is free again on every way out: result, failure, or an exception of another family.
 // 3. A std::exception, also one of the lock or the buffer, becomes the operation's failure value
 //    and one ERROR line, which is written without the lock.
