@@ -49,8 +49,8 @@ bool CSIPTrunkConfig::SetSIPTrunkAgentStates(const CSIPTrunkBase::STAgentStates&
             sections.Set(key::kSlaveEnabled, flag::Text(states.siptrunk_slave_enabled));
         const bool masterSet =
             sections.Set(key::kMasterEnabled, flag::Text(states.siptrunk_master_enabled));
-        if (!slaveSet || !masterSet) {  // GCOVR_EXCL_BR_LINE: what cannot be set throws
-            return false;               // GCOVR_EXCL_LINE
+        if (!slaveSet || !masterSet) {
+            return false;
         }
         sections.Save();
         return true;
