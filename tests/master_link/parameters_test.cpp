@@ -90,6 +90,19 @@ TEST_F(ParametersTest, OfTwoTrunksToAMasterWithOneNameTheFirstIsRead) {
     EXPECT_EQ(Read("twin", {}, false).user_name, "b");
 }
 
+TEST_F(ParametersTest, NameAndFlagMayBeFieldsOfTheRecord) {
+    WriteDatabase(Replaced(WithCopy(), "registration_status=1", "registration_status=0"));
+    Fields fields{"office", "", "", "", true};
+    EXPECT_TRUE(
+        config.GetTrunkToMasterParams(fields.user_name, fields, fields.registration_status));
+    EXPECT_EQ(fields, (Fields{"office-user", "office-password", "10.0.0.1", "5061", false}));
+
+    fields.user_name = "office";
+    EXPECT_TRUE(
+        config.GetTrunkToMasterParams(fields.user_name, fields, fields.registration_status));
+    EXPECT_EQ(fields, (Fields{"saved-user", "saved-password", "10.0.0.9", "5069", false}));
+}
+
 class SavedCopyTest : public DeviceFixture {};
 
 TEST_F(SavedCopyTest, TheCopyIsAddedBehindTheOtherKeysInOrder) {

@@ -84,6 +84,13 @@ TEST_F(TrunkStatesTest, NewItemsFollowTheOnesThatTheListHolds) {
                               {"office", true}}));
 }
 
+TEST_F(TrunkStatesTest, TheTypeMayBeAFieldOfAnItem) {
+    WriteDatabase(std::string(kOffice) + kBranch);
+    States states{{"1", false}};
+    EXPECT_TRUE(config.GetSIPTrunksState(states, states.front().trunk_name));
+    EXPECT_EQ(states, (States{{"1", false}, {"office", true}}));
+}
+
 TEST_F(TrunkStatesTest, ATrunkWithAnEmptyOrMissingDateIsNotActive) {
     WriteDatabase(std::string(kOffice) + Replaced(kOffice, kDateOfOffice, "") + kOffice +
                   Replaced(kOffice, kDateOfOffice, "registration_date=\n"));

@@ -68,6 +68,23 @@ TEST_F(MasterAccountsTest, ADatabaseWithoutTrunksLeavesTheVectorAsItIs) {
     }
 }
 
+TEST_F(MasterAccountsTest, AfterAFailureTheVectorKeepsWhatWasAppendedBefore) {
+    WriteDatabase(std::string(kBranch) + Replaced(kBranch, "=branch\n", "=second\n"));
+    std::size_t most = 0;
+    Users users;
+    for (int first = 1; first < 1000; ++first) {
+        users = Users();
+        const FailingCall failing(Call::kNew, ENOMEM, first);
+        if (config.GetMasterAccesibleUsersList(users)) {
+            break;
+        }
+        EXPECT_GE(users.size(), most);
+        most = users.size();
+    }
+    EXPECT_EQ(most, 1U);
+    EXPECT_EQ(users.size(), 2U);
+}
+
 class SlaveAccountsTest : public DeviceFixture {
   protected:
     // What is listed for a database; checks that `after` is saved.

@@ -45,6 +45,19 @@ TEST_F(RegisterTest, AddressAndStampAreAddedBehindTheOtherKeysInOrder) {
               "siptrunkdb... \n");
 }
 
+TEST_F(RegisterTest, AnEmptyAddressIsStored) {
+    const FixedClock clock(kMoment, 0);
+    const std::string emptied =
+        With(NewBranch(), std::string("slave_ip=\nslave_port=\n") + kNewStamp);
+    WriteDatabase(NewBranch());
+    EXPECT_TRUE(config.SetRegisterParam({"branch-user", "", "", ""}, false));
+    EXPECT_EQ(DatabaseText(), emptied);
+
+    WriteDatabase(NewBranch());
+    EXPECT_TRUE(config.ChangeRegisterParam({"branch-user", "", "a", "b"}, {"", "", "", ""}));
+    EXPECT_EQ(DatabaseText(), emptied);
+}
+
 TEST_F(RegisterTest, AnEarlierRegistrationIsReplacedWhereItStands) {
     const FixedClock clock(kMoment, 0);
     WriteDatabase(

@@ -11,6 +11,9 @@
 
 namespace {
 
+static_assert(!std::is_copy_constructible_v<SmartBuffer>);
+static_assert(!std::is_copy_assignable_v<SmartBuffer>);
+
 TEST(SmartBufferTest, ANewBufferHoldsTheEmptyTextAndItsCapacity) {
     const SmartBuffer buffer;
     EXPECT_STREQ(buffer.m_data, "");
@@ -47,11 +50,6 @@ TEST(SmartBufferTest, WithoutMemoryThereIsNoBuffer) {
         }
     }
     EXPECT_TRUE(failed);
-}
-
-TEST(SmartBufferTest, ABufferHasOneOwner) {
-    static_assert(!std::is_copy_constructible_v<SmartBuffer>);
-    static_assert(!std::is_copy_assignable_v<SmartBuffer>);
 }
 
 }  // namespace

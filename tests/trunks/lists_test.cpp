@@ -66,6 +66,15 @@ TEST_F(ListByTypeTest, TrunksForASlaveComeWithTheSlavesAddressAndSymNat) {
                                    "", true, false}}));
 }
 
+TEST_F(ListByTypeTest, TheFlagHasNoEffect) {
+    WriteDatabase(std::string(kAgents) + kMasterOfBothKinds + kSlaveOfBothKinds);
+    for (const char* type : {"0", "1", "2"}) {
+        Records trunks;
+        EXPECT_TRUE(config.GetSIPTrunkParams(trunks, type, true));
+        EXPECT_EQ(trunks, List(type));
+    }
+}
+
 TEST_F(ListByTypeTest, ATrunkOfAnotherTypeIsListedByItLikeOneForASlave) {
     for (const char* type : {"2", "01", " 1", "1 ", "10", "master"}) {
         SCOPED_TRACE(type);

@@ -90,6 +90,17 @@ TEST_F(LookupTest, OfTwoTrunksWithOneNameTheFirstInFileOrderIsRead) {
     EXPECT_EQ(record.user_name, "first");
 }
 
+TEST_F(LookupTest, TheNameMayBeAFieldOfTheRecord) {
+    WriteDatabase(std::string(kAgents) + kBranch + kOffice);
+    Record record;
+    record.trunk_type = "office";
+    EXPECT_TRUE(config.GetSIPTrunkParams(record.trunk_type, record));
+    EXPECT_EQ(record.user_name, "office-user");
+    EXPECT_EQ(record.trunk_type, "1");
+    EXPECT_TRUE(config.GetSIPTrunkParams(record.trunk_name, record));
+    EXPECT_EQ(record.remote_ip, "10.0.0.1");
+}
+
 TEST_F(LookupTest, AnEmptyNameFindsOnlyATrunkWhoseNameIsThereAndEmpty) {
     WriteDatabase(std::string(kAgents) + "section {\nuser_name=nameless\n}\n" + kBranch);
     Record record;

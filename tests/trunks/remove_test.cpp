@@ -1,5 +1,6 @@
 #include "include/raiklaik.h"
 #include "tests/fixture/device_fixture.h"
+#include "tests/fixture/failing_calls.h"
 
 namespace {
 
@@ -106,6 +107,16 @@ TEST_F(RemoveTest, AnEmptyNameRemovesTheFirstTrunkWhoseNameIsThereAndEmpty) {
     WriteDatabase(kAgents + nameless + "section {\ntrunk_name=\n}\n" + kOffice);
     EXPECT_FALSE(WasRegistered("", true));
     EXPECT_EQ(DatabaseText(), kAgents + nameless + kOffice);
+}
+
+TEST_F(RemoveTest, AFailedSaveKeepsTheTrunkAndTellsAllTheSameThatItWasRegistered) {
+    WriteDatabase(std::string(kAgents) + kOffice);
+    const FailingCall failing(Call::kRenameat, EROFS);
+    bool wasRegistered = false;
+    EXPECT_FALSE(config.DeleteTrunk("office", true, wasRegistered));
+    EXPECT_TRUE(wasRegistered);
+    EXPECT_EQ(DatabaseText(), std::string(kAgents) + kOffice);
+    EXPECT_EQ(NewLogText(), "ERROR: " + DatabasePath() + ": rename: Read-only file system \n");
 }
 
 TEST_F(RemoveTest, ADatabaseWithoutSectionsHasNothingToRemove) {

@@ -133,6 +133,51 @@ TEST_F(StoreTest, AnUnknownNameChangesNothingAndLogsNothing) {
     EXPECT_EQ(DatabaseText(), before);
 }
 
+TEST_F(StoreTest, ANameThatBeginsWithNulIsNotEmptyAndAddsNothing) {
+    const std::string before = std::string("section {\ntrunk_name=\n}\n") + kOffice;
+    WriteDatabase(before);
+    for (const std::string& name : {std::string(1, '\0'), std::string("\0office", 7)}) {
+        EXPECT_FALSE(Saves([&] { EXPECT_FALSE(Store(name, kMaster, false)); }));
+        EXPECT_EQ(DatabaseText(), before);
+    }
+}
+
+TEST_F(StoreTest, FieldsOfATrunkToAMasterThatAreEmptyAreStored) {
+    WriteDatabase(kMasterSection);
+    Record record;
+    record.trunk_type = "1";
+    EXPECT_TRUE(Store("lab", record, false));
+    EXPECT_EQ(DatabaseText(),
+              "section {\ntrunk_name=\ntrunk_type=1\nuser_name=\npassword=\nmaster_ip=\n"
+              "master_port=\nregistration_status=0\n}\n");
+}
+
+TEST_F(StoreTest, ARegistrationStatusThatATrunkForASlaveHasStaysAsItIs) {
+    for (const char* status : {"0", "1", ""}) {
+        const std::string kept = std::string("registration_status=") + status + "\n}\n";
+        const std::string before = Replaced(kSlaveSection, "}\n", kept);
+        WriteDatabase(before);
+        Record record = kSlave;
+        for (const bool own : {false, true}) {
+            record.registration_status = own;
+            EXPECT_TRUE(Store("shop", record, own));
+            EXPECT_NE(DatabaseText().find(kept.substr(0, kept.size() - 2)), std::string::npos);
+        }
+    }
+}
+
+TEST_F(StoreTest, TheNameMayBeAFieldOfTheRecord) {
+    WriteDatabase(kMasterSection + std::string(kOffice));
+    Record record = kMaster;
+    record.password = "new";
+    EXPECT_TRUE(config.SetSIPTrunkParams(record.trunk_name, record, false));
+    EXPECT_EQ(DatabaseText(), Replaced(kMasterSection, "lab-password", "new") + kOffice);
+    record.trunk_name = "branch";
+    record.user_name = "office";
+    EXPECT_TRUE(config.SetSIPTrunkParams(record.user_name, record, false));
+    EXPECT_NE(DatabaseText().find("trunk_name=branch\n"), std::string::npos);
+}
+
 TEST_F(StoreTest, ATrunkToAMasterIsRewrittenInPlaceAndKeepsItsOtherKeys) {
     WriteDatabase(std::string(kAgents) +
                   "section {\n"
