@@ -60,6 +60,8 @@ void StartRecording(const std::string& sections) {
 
 class SeenFromBelowTest : public ::testing::Test {
   protected:
+    ~SeenFromBelowTest() override { Recording() = {}; }
+
     // Checks the calls and the answer of a row that runs to its end.
     static void ExpectCalls(const Row& row, CSIPTrunkConfig& config, const std::string& progress,
                             const std::string& refused) {
@@ -126,13 +128,15 @@ TEST_F(SeenFromBelowTest, AFailureReleasesAllThenIsLoggedAndLeavesWhatWasHandedO
 // The calls of an operation on a trunk to a master whose flag is turned over at the call `when`.
 std::string CallsWithFlagTurned(bool flag, const std::string& when,
                                 const std::function<bool(CSIPTrunkConfig&, const bool&)>& call) {
-    CSIPTrunkConfig config(nullptr);
     StartRecording(kOffice);
+    CSIPTrunkConfig config(nullptr);
     const bool before = flag;
     Recording().onCall = [&](const std::string& made) { flag = made == when ? !flag : flag; };
     EXPECT_TRUE(call(config, flag));
     EXPECT_NE(flag, before) << when;
-    return Recording().calls;
+    const std::string calls = Recording().calls;
+    Recording() = {};
+    return calls;
 }
 
 TEST_F(SeenFromBelowTest, RefreshOnlyIsReadOnceAfterTheTrunkWasFound) {
