@@ -1,8 +1,8 @@
 #include "support/process_semaphore.h"
 
-#include <pthread.h>
 #include <sys/ipc.h>
 #include <sys/sem.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -31,30 +31,9 @@ key_t KeyOf(const std::string& name) {
     return key == IPC_PRIVATE ? 1 : key;  // IPC_PRIVATE would be a lock shared with nobody
 }
 
-// The calling thread, 0 while it is not known. In the room that exists before a thread runs, so that
-// its first use takes no memory.
-thread_local pid_t callingThread __attribute__((tls_model("initial-exec"))) = 0;
-
-// Whether the child of a fork asks anew. Arranged when the library is loaded, since a fork meanwhile
-// would leave the child with a task that nobody ends.
-bool isForkWatched = false;
-
-[[gnu::constructor]] void WatchForks() {
-    isForkWatched = pthread_atfork(nullptr, nullptr, [] { callingThread = 0; }) == 0;
-}
-
-// Every operation needs the thread twice, so the kernel is asked once.
-pid_t CallingThread() {
-    if (callingThread == 0 || !isForkWatched) {  // GCOVR_EXCL_BR_LINE: only without memory
-        callingThread = gettid();
-    }
-    return callingThread;
-}
-
-// The calling thread and the set that it holds.
-std::uint64_t Holding(int set) {
-    return static_cast<std::uint64_t>(CallingThread()) << 32U | static_cast<std::uint32_t>(set);
-}
+// The kernel is asked each time: the child of a fork, by whatever call, must not take itself for the
+// thread that forked. glibc before 2.30 has no gettid().
+pid_t CallingThread() { return static_cast<pid_t>(syscall(SYS_gettid)); }
 
 const char* StepText(int error) {
     switch (error) {
@@ -62,6 +41,8 @@ const char* StepText(int error) {
             return "take (the kernel's limit on semaphores is reached, see kernel.sem)";
         case EACCES:
             return "take (the lock was made for other users)";
+        case EDEADLK:
+            return "take (this thread holds it already)";
         default:
             return "take";
     }
@@ -89,12 +70,17 @@ void Semaphore::Obtain() {
 }
 
 void Semaphore::Lock(bool) {
+    const pid_t thread = CallingThread();
+    if (m_holder == thread) {
+        ThrowLockFailure(EDEADLK, m_name);
+    }
     // One indivisible step: wait for zero, then add one and have the kernel undo that at exit.
     struct sembuf take[] = {{0, 0, 0}, {0, 1, SEM_UNDO}};
     for (int removals = 0;; ++removals) {
         const int set = m_set;
         if (RetryInterrupted([&] { return semop(set, take, 2); }) == 0) {
-            m_held = Holding(set);
+            m_holder = thread;  // before the set, see Unlock
+            m_heldSet = set;
             return;
         }
         const bool removed = errno == EIDRM || errno == EINVAL;
@@ -106,15 +92,17 @@ void Semaphore::Lock(bool) {
 }
 
 void Semaphore::Unlock() noexcept {
-    std::uint64_t held = m_held;
-    const int set = static_cast<int>(held & 0xffffffffU);
-    if (held != Holding(set)) {
+    // Where the set was removed while it was held, another thread may take a new set by this handle
+    // at any moment. It writes itself first and its set second, so a thread that reads in the other
+    // order and still finds itself has read a set of its own, which has nothing left to release.
+    const int set = m_heldSet;
+    pid_t thread = CallingThread();
+    if (m_holder != thread) {
         return;
     }
-    // Forgotten before the release: the next holder may be another thread on this same handle. Where
-    // the set was removed it may be there already, with another set, and is not forgotten.
-    (void)m_held.compare_exchange_strong(held, 0);
     struct sembuf release = {0, -1, SEM_UNDO | IPC_NOWAIT};
-    // A set that was removed while held has nothing left to release.
     (void)RetryInterrupted([&] { return semop(set, &release, 1); });
+    // Forgotten after the release, so that a signal handler in between does not wait for this thread.
+    // By now the next holder may be another thread on this same handle: it is not forgotten.
+    (void)m_holder.compare_exchange_strong(thread, 0);
 }

@@ -1,15 +1,16 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <atomic>
-#include <cstdint>
 #include <string>
 
 /// A lock that all processes of the device share.
 ///
 /// Objects made with the same number and path, in whatever process, are handles on one lock. The
 /// kernel frees the lock of a process that dies, however it dies; one that calls exec instead holds
-/// it until its new program ends (semop(2)). Not re-entrant: a thread that locks twice waits for
-/// itself. All members may be called from any thread.
+/// it until its new program ends (semop(2)). Not re-entrant: a thread that locks a handle which it
+/// holds gets a failure, since it would wait for itself. All members may be called from any thread.
 ///
 /// It is a System V semaphore set of one: 0 is free, 1 is held. A new set is born with 0 (Linux,
 /// semget(2)), and one semop takes the lock, so no process ever sees it half made. The set is never
@@ -29,19 +30,20 @@ class Semaphore {
     /// Blocks until this handle holds the lock, through any number of signals. A set that somebody
     /// removed in the meantime is obtained again.
     /// The argument is whether to wait; callers always wait.
-    /// Throws std::system_error, without the lock, when the kernel refuses.
+    /// Throws std::system_error, without the lock, when the kernel refuses; also when the calling
+    /// thread holds this handle already (EDEADLK), as in a signal handler, and it goes on holding it.
     void Lock(bool);
 
     /// Releases the lock that the calling thread took through this handle. Does nothing when there
-    /// is none, above all in the child of a fork, and never releases what another holder has. (A
-    /// child made with _Fork or clone(2) takes itself for the thread that made it.)
+    /// is none, above all in the child of a fork, and never releases what another holder has.
     /// Never throws.
     void Unlock() noexcept;
 
   private:
     void Obtain();
 
-    std::string m_name;                    // "NUMBER:PATH"
-    std::atomic<int> m_set;                // the set's identifier; another one after a removal
-    std::atomic<std::uint64_t> m_held{0};  // the holding thread and the set it holds, 0 for none
+    std::string m_name;              // "NUMBER:PATH"
+    std::atomic<int> m_set;          // the set's identifier; another one after a removal
+    std::atomic<pid_t> m_holder{0};  // the thread that holds the lock by this handle, 0 for none
+    std::atomic<int> m_heldSet{-1};  // the set that it holds
 };

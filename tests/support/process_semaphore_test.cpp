@@ -6,6 +6,8 @@
 #include <sys/ipc.h>
 #include <sys/mman.h>
 #include <sys/sem.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -287,6 +289,55 @@ TEST_F(ProcessSemaphoreTest, TheChildOfAForkHoldsNothing) {
     EXPECT_EQ(child.Wait(), 0);
     EXPECT_TRUE(IsTaken()) << "the child's end has freed its parent's lock";
     lock.Unlock();
+    EXPECT_TRUE(IsFree());
+}
+
+// Makes a child as a C library's fork does it, without telling any library of it.
+pid_t ForkUntold() { return static_cast<pid_t>(syscall(SYS_clone, SIGCHLD, 0, 0, 0, 0)); }
+
+TEST_F(ProcessSemaphoreTest, AChildThatNoLibraryIsToldOfHoldsNothing) {
+    Semaphore lock = Handle();
+    lock.Lock(true);
+    const pid_t child = ForkUntold();
+    if (child == 0) {
+        lock.Unlock();
+        _exit(IsTaken() ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0) << "the child has freed its parent's lock";
+    EXPECT_TRUE(IsTaken());
+    lock.Unlock();
+    EXPECT_TRUE(IsFree());
+}
+
+TEST_F(ProcessSemaphoreTest, AThreadThatHoldsTheLockGetsAFailureAndGoesOnHoldingIt) {
+    Semaphore lock = Handle();
+    lock.Lock(true);
+    EXPECT_EQ(FailureOf([&] { lock.Lock(true); }),
+              m_name + ": take (this thread holds it already): " + ErrorText(EDEADLK));
+    EXPECT_THROW(lock.Lock(true), std::system_error);
+    EXPECT_TRUE(IsTaken());
+    lock.Unlock();
+    EXPECT_TRUE(IsFree());
+    lock.Lock(true);
+    EXPECT_TRUE(IsTaken());
+    lock.Unlock();
+    EXPECT_TRUE(IsFree());
+}
+
+TEST_F(ProcessSemaphoreTest, AThreadDoesNotWaitForItselfWhileItReleases) {
+    Semaphore lock = Handle();
+    lock.Lock(true);
+    std::string failure;
+    {
+        const CallWatch releasing(Call::kSemop, [&](int) {
+            failure = FailureOf([&] { lock.Lock(true); });  // as a signal handler would
+            return 0;
+        });
+        lock.Unlock();
+    }
+    EXPECT_EQ(failure, m_name + ": take (this thread holds it already): " + ErrorText(EDEADLK));
     EXPECT_TRUE(IsFree());
 }
 
