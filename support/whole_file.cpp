@@ -9,16 +9,17 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <string>
+#include <utility>
 
+#include "support/file_status.h"
 #include "support/system_call.h"
 
 namespace {
 
 constexpr mode_t kOwnerOnly = 0600;
 
-int OpenForReading(const char* path, bool createIfMissing) {
-    // O_NONBLOCK: opening a FIFO must not wait for its other end. Regular files ignore it.
-    const int flags = O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
+int OpenOrCreate(const char* path, int flags, bool createIfMissing) {
     const int found = RetryInterrupted([&] { return open(path, flags); });
     if (found != -1 || errno != ENOENT || !createIfMissing) {
         return found;
@@ -28,6 +29,24 @@ int OpenForReading(const char* path, bool createIfMissing) {
         (void)fchmod(made, kOwnerOnly);  // gives back what a strict umask took
     }
     return made;
+}
+
+int OpenForReading(const char* path, bool createIfMissing) {
+    if (!OccupyStandardStreams()) {
+        return -1;
+    }
+    // O_NONBLOCK: opening a FIFO must not wait for its other end. Regular files ignore it.
+    const int flags = O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
+    const int file = OpenOrCreate(path, flags | O_NOFOLLOW, createIfMissing);
+    if (file != -1 || errno != ELOOP) {
+        return file;
+    }
+    if (geteuid() != 0) {
+        return OpenOrCreate(path, flags, createIfMissing);  // by the kernel's rules for links
+    }
+    support::FileStatus status;
+    const std::string followed = support::FollowLinks(path, "open", status);
+    return OpenOrCreate(followed.c_str(), flags | O_NOFOLLOW, createIfMissing);
 }
 
 void EndText(FileText& text, std::size_t size) {

@@ -39,6 +39,13 @@ TEST_F(ServiceFlagTest, OnlyTheTextTrueStartsTheService) {
     EXPECT_FALSE(Load("START_SIPTRUNK=true" + std::string(1, '\0') + "false\n"));
 }
 
+TEST_F(ServiceFlagTest, ANulDoesNotEndTheValue) {
+    for (const char* more : {"", "x", "\r"}) {
+        EXPECT_FALSE(Load(std::string("START_SIPTRUNK=true") + '\0' + more + "\n"));
+    }
+    EXPECT_FALSE(Load(std::string("START_SIPTRUNK=") + '\0' + "true\n"));
+}
+
 TEST_F(ServiceFlagTest, AMissingEntryDoesNotStartTheService) {
     for (const char* text : {"", "START_OTHER=true\n", "start_siptrunk=true\n",
                              "#START_SIPTRUNK=true\n", "START_SIPTRUNKS=true\n"}) {

@@ -64,6 +64,9 @@ void Apply(Disk& disk, const DiskEffect& effect, Share share) {
         case DiskEffect::Kind::kMode:
             file.mode = effect.mode;
             break;
+        case DiskEffect::Kind::kAccessList:
+            file.accessList = effect.bytes;
+            break;
         case DiskEffect::Kind::kRename:
             disk.entries.erase({effect.folder, effect.name});
             disk.entries[{effect.newFolder, effect.newName}] = effect.inode;
@@ -85,7 +88,7 @@ class Cut {
             // A new file has its owner and mode as soon as it can be seen at all.
             if (effects[i].kind == DiskEffect::Kind::kCreate) {
                 m_before.files[effects[i].inode] = {
-                    {}, effects[i].mode, effects[i].user, effects[i].group};
+                    {}, effects[i].mode, effects[i].user, effects[i].group, {}};
             }
         }
     }

@@ -22,6 +22,7 @@ struct Disk {
         mode_t mode = 0;
         uid_t user = 0;
         gid_t group = 0;
+        std::string accessList{};
     };
     using Entry = std::pair<ino_t, std::string>;  // folder and name
 

@@ -18,6 +18,7 @@ enum class CallKind {
     kStatus,
     kChangeOwner,
     kChangeMode,
+    kChangeList,
     kTruncate,
     kSync,
     kRename,
@@ -49,14 +50,24 @@ struct Fault {
 
 /// Something that a call did to the disk, as a file system would have to remember it.
 struct DiskEffect {
-    enum class Kind { kCreate, kWrite, kTruncate, kOwner, kMode, kSync, kRename, kRemove };
+    enum class Kind {
+        kCreate,
+        kWrite,
+        kTruncate,
+        kOwner,
+        kMode,
+        kAccessList,
+        kSync,
+        kRename,
+        kRemove
+    };
     Kind kind;
     ino_t inode = 0;   ///< what was changed, or synced: a file or a folder
     ino_t folder = 0;  ///< where the entry `name` was made or removed, or was before a rename
     std::string name{};
     ino_t newFolder = 0;  ///< where the entry is after a rename
     std::string newName{};
-    std::string bytes{};  ///< what was written
+    std::string bytes{};  ///< what was written; the access list
     off_t offset = 0;     ///< where it was written; the new size of a truncation
     mode_t mode = 0;
     uid_t user = 0;

@@ -39,7 +39,7 @@ class PowerCut : public DeviceFixture {
         EXPECT_EQ(chmod(path.c_str(), kMode), 0);
         const struct stat status = StatusOf(path);
         m_before.entries[Target()] = status.st_ino;
-        m_before.files[status.st_ino] = {text, kMode, status.st_uid, status.st_gid};
+        m_before.files[status.st_ino] = {text, kMode, status.st_uid, status.st_gid, {}};
     }
 
     void LeaveMissing(const std::string& path) { m_path = path; }

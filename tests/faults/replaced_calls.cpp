@@ -1,5 +1,5 @@
 #include <fcntl.h>
-#include <sys/sem.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <sys/uio.h>
 #include <unistd.h>
@@ -9,76 +9,62 @@
 #include <string_view>
 #include <utility>
 
-#include "tests/faults/disturbed_calls.h"
-#include "tests/faults/failing_allocations.h"
+#include "tests/faults/pass_call.h"
 #include "tests/faults/replaced_function.h"
 
-// What stands in place of libc's functions, under the names that the library calls: it is built for
-// large files, so that many end in 64.
+// What stands in place of libc's functions, under the names that the library calls. It is built for
+// large files: with glibc many names end in 64, and off_t and struct stat are theirs; with musl there
+// is one name for each.
 
 namespace {
-
-using Outcome = DisturbedCalls::Outcome;
-
-// Makes one call, disturbed or not.
-// failure  the result of the call when it fails
-// make     makes the call; told whether it may do only a part of its work
-// note     called with the watch after a call that succeeded
-template <typename Result, typename Make, typename Note>
-Result Pass(CallKind kind, Result failure, const Make& make, const Note& note) {
-    DisturbedCalls* watch = DisturbedCalls::Current();
-    if (watch == nullptr) {
-        return make(false);
-    }
-    const Outcome outcome = watch->Enter(kind);
-    Result result = failure;
-    if (outcome != Outcome::kFail) {
-        result = make(outcome == Outcome::kShorten);
-        if (result != failure) {
-            const int kept = errno;
-            const MemoryForTests memory;
-            note(*watch, result);
-            errno = kept;
-        }
-    }
-    watch->Leave();
-    return result;
-}
-
-template <typename Result, typename Make>
-Result Pass(CallKind kind, Result failure, const Make& make) {
-    return Pass(kind, failure, make, [](DisturbedCalls&, const Result&) {});
-}
 
 // A part of a transfer that makes some progress, and never all of it where that can be helped.
 std::size_t PartOf(std::size_t size) { return (size + 1) / 2; }
 
 }  // namespace
 
-REPLACEMENT(fstat64, int, (int file, struct stat64* status)) {
-    return Pass(CallKind::kStatus, -1, [&](bool) { return REAL(fstat64)(file, status); });
+#define STATUS_REPLACEMENT(symbol)                                                            \
+    REPLACEMENT(symbol, int, (int file, void* status)) {                                      \
+        return Pass(CallKind::kStatus, -1, [&](bool) { return REAL(symbol)(file, status); }); \
+    }
+#define ENTRY_STATUS_REPLACEMENT(symbol)                                                \
+    REPLACEMENT(symbol, int, (int folder, const char* path, void* status, int flags)) { \
+        return Pass(CallKind::kStatus, -1,                                              \
+                    [&](bool) { return REAL(symbol)(folder, path, status, flags); });   \
+    }
+
+#ifdef __GLIBC__
+STATUS_REPLACEMENT(fstat64)
+ENTRY_STATUS_REPLACEMENT(fstatat64)
+// With 64-bit time, where time has 32 bits otherwise.
+STATUS_REPLACEMENT(__fstat64_time64)
+ENTRY_STATUS_REPLACEMENT(__fstatat64_time64)
+#define REAL_FSTAT REAL(fstat64)
+#define REAL_FSTATAT REAL(fstatat64)
+#else
+STATUS_REPLACEMENT(fstat)
+ENTRY_STATUS_REPLACEMENT(fstatat)
+#define REAL_FSTAT REAL(fstat)
+#define REAL_FSTATAT REAL(fstatat)
+#endif
+
+REPLACEMENT(poll, int, (struct pollfd * streams, nfds_t count, int timeout)) {
+    return Pass(CallKind::kStatus, -1, [&](bool) { return REAL(poll)(streams, count, timeout); });
 }
 
-REPLACEMENT(lstat64, int, (const char* path, struct stat64* status)) {
-    return Pass(CallKind::kStatus, -1, [&](bool) { return REAL(lstat64)(path, status); });
-}
-
-// The same with 64-bit time, where time has 32 bits otherwise.
-
-REPLACEMENT(__fstat64_time64, int, (int file, void* status)) {
-    return Pass(CallKind::kStatus, -1, [&](bool) { return REAL(__fstat64_time64)(file, status); });
-}
-
-REPLACEMENT(__lstat64_time64, int, (const char* path, void* status)) {
-    return Pass(CallKind::kStatus, -1, [&](bool) { return REAL(__lstat64_time64)(path, status); });
+REPLACEMENT(__poll_chk, int, (struct pollfd * streams, nfds_t count, int timeout, size_t room)) {
+    return Pass(CallKind::kStatus, -1,
+                [&](bool) { return REAL(__poll_chk)(streams, count, timeout, room); });
 }
 
 namespace {
 
 ino_t InodeOf(int file) {
-    struct stat64 status {};
-    return REAL(fstat64)(file, &status) == 0 ? status.st_ino : 0;
+    struct stat status {};
+    return REAL_FSTAT(file, &status) == 0 ? status.st_ino : 0;
 }
+
+}  // namespace
 
 DiskEffect EffectOn(DiskEffect::Kind kind, int file) {
     DiskEffect effect{kind};
@@ -86,9 +72,11 @@ DiskEffect EffectOn(DiskEffect::Kind kind, int file) {
     return effect;
 }
 
+namespace {
+
 bool Exists(int folder, const char* path) {
-    struct stat64 status {};
-    return fstatat64(folder, path, &status, AT_SYMLINK_NOFOLLOW) == 0;
+    struct stat status {};
+    return REAL_FSTATAT(folder, path, &status, AT_SYMLINK_NOFOLLOW) == 0;
 }
 
 // Opens through `open`, and tells the watch what has been made or emptied. A path that is opened
@@ -106,17 +94,17 @@ int PassOpen(int folder, const char* path, int flags, const Open& open) {
                 }
                 return;
             }
-            struct stat64 status {};
+            struct stat status {};
             const std::string_view whole = path;
             const std::size_t nameBegin = whole.rfind('/') + 1;
             DiskEffect effect = EffectOn(DiskEffect::Kind::kCreate, file);
-            (void)REAL(fstat64)(file, &status);
+            (void)REAL_FSTAT(file, &status);
             effect.mode = status.st_mode & 07777U;
             effect.user = status.st_uid;
             effect.group = status.st_gid;
             effect.name = whole.substr(nameBegin);
             const std::string folderPath(nameBegin == 0 ? "." : whole.substr(0, nameBegin));
-            (void)fstatat64(folder, folderPath.c_str(), &status, 0);
+            (void)REAL_FSTATAT(folder, folderPath.c_str(), &status, 0);
             effect.folder = status.st_ino;
             watch.AddEffect(std::move(effect));
         });
@@ -134,15 +122,21 @@ int PassOpen(int folder, const char* path, int flags, const Open& open) {
         va_end(more);                  \
     }
 
-REPLACEMENT(open64, int, (const char* path, int flags, ...)) {
-    TAKE_MODE(flags, mode)
-    return PassOpen(AT_FDCWD, path, flags, [&] { return REAL(open64)(path, flags, mode); });
-}
+#define OPEN_REPLACEMENT(symbol)                                                                 \
+    REPLACEMENT(symbol, int, (const char* path, int flags, ...)) {                               \
+        TAKE_MODE(flags, mode)                                                                   \
+        return PassOpen(AT_FDCWD, path, flags, [&] { return REAL(symbol)(path, flags, mode); }); \
+    }
+#define ENTRY_OPEN_REPLACEMENT(symbol)                                            \
+    REPLACEMENT(symbol, int, (int folder, const char* path, int flags, ...)) {    \
+        TAKE_MODE(flags, mode)                                                    \
+        return PassOpen(folder, path, flags,                                      \
+                        [&] { return REAL(symbol)(folder, path, flags, mode); }); \
+    }
 
-REPLACEMENT(openat64, int, (int folder, const char* path, int flags, ...)) {
-    TAKE_MODE(flags, mode)
-    return PassOpen(folder, path, flags, [&] { return REAL(openat64)(folder, path, flags, mode); });
-}
+#ifdef __GLIBC__
+OPEN_REPLACEMENT(open64)
+ENTRY_OPEN_REPLACEMENT(openat64)
 
 REPLACEMENT(__open64_2, int, (const char* path, int flags)) {
     return PassOpen(AT_FDCWD, path, flags, [&] { return REAL(__open64_2)(path, flags); });
@@ -151,22 +145,40 @@ REPLACEMENT(__open64_2, int, (const char* path, int flags)) {
 REPLACEMENT(__openat64_2, int, (int folder, const char* path, int flags)) {
     return PassOpen(folder, path, flags, [&] { return REAL(__openat64_2)(folder, path, flags); });
 }
+#else
+OPEN_REPLACEMENT(open)
+ENTRY_OPEN_REPLACEMENT(openat)
+#endif
 
-REPLACEMENT(close, int, (int file)) {
+namespace {
+
+// Closes through `close`, also when it is made to fail.
+template <typename Close>
+int PassClose(const Close& close) {
     DisturbedCalls* watch = DisturbedCalls::Current();
     if (watch == nullptr) {
-        return REAL(close)(file);
+        return close();
     }
-    const Outcome outcome = watch->Enter(CallKind::kClose);
+    const DisturbedCalls::Outcome outcome = watch->Enter(CallKind::kClose);
     const int error = errno;
-    int result = REAL(close)(file);
+    int result = close();
     watch->AddDescriptors(result == 0 ? -1 : 0);
-    if (outcome == Outcome::kFail) {
+    if (outcome == DisturbedCalls::Outcome::kFail) {
         errno = error;
         result = -1;
     }
     watch->Leave();
     return result;
+}
+
+}  // namespace
+
+REPLACEMENT(close, int, (int file)) {
+    return PassClose([&] { return REAL(close)(file); });
+}
+
+REPLACEMENT(closedir, int, (void* folder)) {
+    return PassClose([&] { return REAL(closedir)(folder); });
 }
 
 REPLACEMENT(read, ssize_t, (int file, void* bytes, size_t size)) {
@@ -180,7 +192,7 @@ REPLACEMENT(writev, ssize_t, (int file, const struct iovec* parts, int count)) {
     for (int i = 0; i < count; ++i) {
         bytes.append(static_cast<const char*>(parts[i].iov_base), parts[i].iov_len);
     }
-    const off64_t offset = lseek64(file, 0, SEEK_CUR);
+    const off_t offset = lseek(file, 0, SEEK_CUR);
     return Pass(
         CallKind::kWrite, ssize_t{-1},
         [&](bool isPart) {
@@ -198,7 +210,7 @@ REPLACEMENT(writev, ssize_t, (int file, const struct iovec* parts, int count)) {
 }
 
 REPLACEMENT(write, ssize_t, (int file, const void* bytes, size_t size)) {
-    const off64_t offset = lseek64(file, 0, SEEK_CUR);
+    const off_t offset = lseek(file, 0, SEEK_CUR);
     return Pass(
         CallKind::kWrite, ssize_t{-1},
         [&](bool isPart) { return REAL(write)(file, bytes, isPart ? PartOf(size) : size); },
@@ -210,36 +222,22 @@ REPLACEMENT(write, ssize_t, (int file, const void* bytes, size_t size)) {
         });
 }
 
-REPLACEMENT(fchown, int, (int file, uid_t user, gid_t group)) {
-    return Pass(
-        CallKind::kChangeOwner, -1, [&](bool) { return REAL(fchown)(file, user, group); },
-        [&](DisturbedCalls& watch, int) {
-            DiskEffect effect = EffectOn(DiskEffect::Kind::kOwner, file);
-            effect.user = user;
-            effect.group = group;
-            watch.AddEffect(std::move(effect));
-        });
-}
+#define TRUNCATE_REPLACEMENT(symbol)                                                 \
+    REPLACEMENT(symbol, int, (int file, off_t size)) {                               \
+        return Pass(                                                                 \
+            CallKind::kTruncate, -1, [&](bool) { return REAL(symbol)(file, size); }, \
+            [&](DisturbedCalls& watch, int) {                                        \
+                DiskEffect effect = EffectOn(DiskEffect::Kind::kTruncate, file);     \
+                effect.offset = size;                                                \
+                watch.AddEffect(std::move(effect));                                  \
+            });                                                                      \
+    }
 
-REPLACEMENT(fchmod, int, (int file, mode_t mode)) {
-    return Pass(
-        CallKind::kChangeMode, -1, [&](bool) { return REAL(fchmod)(file, mode); },
-        [&](DisturbedCalls& watch, int) {
-            DiskEffect effect = EffectOn(DiskEffect::Kind::kMode, file);
-            effect.mode = mode;
-            watch.AddEffect(std::move(effect));
-        });
-}
-
-REPLACEMENT(ftruncate64, int, (int file, off64_t size)) {
-    return Pass(
-        CallKind::kTruncate, -1, [&](bool) { return REAL(ftruncate64)(file, size); },
-        [&](DisturbedCalls& watch, int) {
-            DiskEffect effect = EffectOn(DiskEffect::Kind::kTruncate, file);
-            effect.offset = size;
-            watch.AddEffect(std::move(effect));
-        });
-}
+#ifdef __GLIBC__
+TRUNCATE_REPLACEMENT(ftruncate64)
+#else
+TRUNCATE_REPLACEMENT(ftruncate)
+#endif
 
 REPLACEMENT(fsync, int, (int file)) {
     return Pass(
@@ -258,8 +256,8 @@ REPLACEMENT(renameat, int, (int folder, const char* name, int newFolder, const c
         CallKind::kRename, -1,
         [&](bool) { return REAL(renameat)(folder, name, newFolder, newName); },
         [&](DisturbedCalls& watch, int) {
-            struct stat64 status {};
-            (void)fstatat64(newFolder, newName, &status, AT_SYMLINK_NOFOLLOW);
+            struct stat status {};
+            (void)REAL_FSTATAT(newFolder, newName, &status, AT_SYMLINK_NOFOLLOW);
             DiskEffect effect{DiskEffect::Kind::kRename};
             effect.inode = status.st_ino;
             effect.folder = InodeOf(folder);
@@ -291,19 +289,19 @@ REPLACEMENT(__readlink_chk, ssize_t, (const char* path, char* target, size_t siz
                 [&](bool) { return REAL(__readlink_chk)(path, target, size, most); });
 }
 
-REPLACEMENT(getdents64, ssize_t, (int folder, void* entries, size_t size)) {
-    return Pass(CallKind::kListFolder, ssize_t{-1},
-                [&](bool) { return REAL(getdents64)(folder, entries, size); });
+REPLACEMENT(fdopendir, void*, (int folder)) {
+    return Pass(CallKind::kListFolder, static_cast<void*>(nullptr),
+                [&](bool) { return REAL(fdopendir)(folder); });
 }
 
-REPLACEMENT(semget, int, (key_t key, int size, int flags)) {
-    return Pass(CallKind::kObtainLock, -1, [&](bool) { return REAL(semget)(key, size, flags); });
-}
+#define READ_FOLDER_REPLACEMENT(symbol)                                 \
+    REPLACEMENT(symbol, void*, (void* folder)) {                        \
+        return Pass(CallKind::kListFolder, static_cast<void*>(nullptr), \
+                    [&](bool) { return REAL(symbol)(folder); });        \
+    }
 
-REPLACEMENT(semop, int, (int set, struct sembuf* steps, size_t count)) {
-    const int change = steps[count - 1].sem_op;
-    const CallKind kind = change > 0 ? CallKind::kTakeLock : CallKind::kReleaseLock;
-    return Pass(
-        kind, -1, [&](bool) { return REAL(semop)(set, steps, count); },
-        [&](DisturbedCalls& watch, int) { watch.AddLocks(change); });
-}
+#ifdef __GLIBC__
+READ_FOLDER_REPLACEMENT(readdir64)
+#else
+READ_FOLDER_REPLACEMENT(readdir)
+#endif

@@ -21,7 +21,7 @@ known=$(printf '%s|%s' "$harmless" "$compiler" | tr -d '\n')
 unseen=0
 for name in $("$nm" -u "$@" | awk '$1 == "U" { print $2 }' | sort -u); do
     if printf '%s\n' "$name" | grep -Eqx "$known" ||
-        grep -q "^REPLACEMENT($name," "$replacements"/*.cpp; then
+        grep -Eq "^[A-Z_]*REPLACEMENT\($name[,)]" "$replacements"/*.cpp; then
         continue
     fi
     echo "$name: not seen by the fault tests; replace it in $replacements" >&2

@@ -54,6 +54,28 @@ const std::string kShellCode =
     "broken\xff line" +
     std::string(1, '\0') + "with=a NUL\n";
 
+TEST_F(ConfigFileTest, AReadTellsTheLengthOfTheTextAndItsNul) {
+    WriteFile(m_path, std::string("A=true\0x\nB=\n", 12) + "C=" + std::string(2000, 'c') + "\n");
+    const StartFile file(m_path, Access::kReadOnly);
+    std::array<char, 1024> buffer{};
+    EXPECT_EQ(file.GetEntry("A", buffer.data(), 1024), 7U);
+    EXPECT_EQ(std::string(buffer.data(), 7), std::string("true\0x", 7));
+    EXPECT_EQ(file.GetEntry("A", buffer.data(), 4), 4U);
+    EXPECT_EQ(file.GetEntry("B", buffer.data(), 1024), 1U);
+    EXPECT_EQ(file.GetEntry("C", buffer.data(), 1024), 1024U);
+    EXPECT_EQ(file.GetEntry("D", buffer.data(), 1024), 0U);
+}
+
+TEST_F(ConfigFileTest, AFileThatWasReplacedMeanwhileIsNotSavedOver) {
+    WriteFile(m_path, "A=1\n");
+    StartFile file(m_path);
+    file.SetEntry("A", "2");
+    WriteFile(m_folder.File("other"), "A=3\n");
+    ASSERT_EQ(rename(m_folder.File("other").c_str(), m_path.c_str()), 0);
+    EXPECT_EQ(FailureOf([&] { file.Save(); }), m_path + ": save: was replaced meanwhile");
+    EXPECT_EQ(ReadFile(m_path), "A=3\n");
+}
+
 TEST_F(ConfigFileTest, TheLastEntryWithTheKeyIsRead) {
     struct Case {
         std::string text, key;

@@ -19,13 +19,15 @@ TEST_F(DurableFileTest, EveryFailureBeforeTheRenameLeavesTheOldFileAndNothingEls
         std::string step;
     } cases[] = {
         {Call::kOpen, EMFILE, "open folder"},
-        {Call::kLstat, EIO, "stat"},
+        {Call::kFstatat, EIO, "stat"},
         {Call::kOpenat, EROFS, "create temporary file"},
         {Call::kOpenat, ENOSPC, "create temporary file"},
         {Call::kFstat, EIO, "stat temporary file"},
-        {Call::kFchmod, EIO, "keep mode"},
         {Call::kWritev, ENOSPC, "write"},
         {Call::kWritev, EDQUOT, "write"},
+        {Call::kFgetxattr, EIO, "read access list"},
+        {Call::kFremovexattr, EIO, "keep access list"},
+        {Call::kFchmod, EIO, "keep mode"},
         {Call::kFsync, EIO, "sync"},
         {Call::kFsync, EINVAL, "sync"},
         {Call::kClose, EIO, "close"},
@@ -71,8 +73,9 @@ TEST_F(DurableFileTest, AFailedSyncIsNotTriedAgain) {
 }
 
 TEST_F(DurableFileTest, SignalsInterruptNoStep) {
-    for (const Call call : {Call::kOpen, Call::kLstat, Call::kOpenat, Call::kFstat, Call::kFchmod,
-                            Call::kWritev, Call::kFsync, Call::kRenameat}) {
+    for (const Call call :
+         {Call::kOpen, Call::kFstatat, Call::kOpenat, Call::kFstat, Call::kFgetxattr,
+          Call::kFremovexattr, Call::kFchmod, Call::kWritev, Call::kFsync, Call::kRenameat}) {
         WriteFile(m_path, "old");
         ASSERT_EQ(chmod(m_path.c_str(), 0640), 0);
         {

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -10,13 +12,20 @@
 #include "tests/fixture/failure_text.h"
 #include "tests/fixture/temp_folder.h"
 
-/// The identity of the file that a path leads to, as loading it would tell; none for no file.
+/// The identity of the file that a path leads to, as loading it gives it; none for what cannot be
+/// loaded. Made without calls that a test may watch.
 inline FileIdentity IdentityOf(const std::string& path) {
-    struct stat status {};
-    (void)stat(path.c_str(), &status);
     FileIdentity identity;
-    identity.device = status.st_dev;
-    identity.inode = status.st_ino;
+    struct stat status {};
+    if (stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
+        identity.device = status.st_dev;
+        identity.inode = status.st_ino;
+        std::FILE* file = std::fopen(path.c_str(), "re");
+        if (file != nullptr) {
+            identity.file = FileDescriptor(fcntl(fileno(file), F_DUPFD_CLOEXEC, 3));
+            (void)std::fclose(file);
+        }
+    }
     return identity;
 }
 

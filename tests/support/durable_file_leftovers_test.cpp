@@ -94,7 +94,7 @@ TEST_F(DurableFileTest, WhatCannotBeSweptStaysAndFailsNoSave) {
     const std::string leftover = m_folder.File(".rc.conf.~B3dE6");
     WriteFile(leftover, "left by a killed process");
     WriteFile(m_path, "old");
-    for (const Call call : {Call::kGetdents, Call::kUnlinkat}) {
+    for (const Call call : {Call::kFdopendir, Call::kReaddir, Call::kUnlinkat}) {
         {
             const FailingCall failing(call, EIO);
             EXPECT_EQ(FailureToReplace(), "no failure");

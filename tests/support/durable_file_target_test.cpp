@@ -22,9 +22,10 @@ TEST_F(DurableFileTest, TheModeIsKeptWhateverTheUmask) {
     for (const mode_t mask : {0U, 022U, 0777U}) {
         for (const mode_t mode : {0600U, 0640U, 0644U, 0444U, 0400U, 0666U, 0000U}) {
             WriteFile(m_path, "old");
+            FileIdentity loaded = IdentityOf(m_path);  // while it may be read
             ASSERT_EQ(chmod(m_path.c_str(), mode), 0);
             const mode_t old = umask(mask);
-            Replace();
+            ReplaceFile(m_path.c_str(), loaded, {"new"});
             umask(old);
             EXPECT_EQ(ModeOf(m_path), mode) << std::oct << mode << " under " << mask;
             ASSERT_EQ(chmod(m_path.c_str(), 0600), 0);
@@ -132,6 +133,40 @@ TEST_F(DurableFileTest, LinksInACircleFailTheSave) {
     std::filesystem::create_symlink("other", m_path);
     std::filesystem::create_symlink("rc.conf", m_folder.File("other"));
     EXPECT_EQ(FailureToReplace(), m_path + ": resolve: " + ErrorText(ELOOP));
+}
+
+TEST_F(DurableFileTest, RootFollowsNoLinkOfAnotherUser) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root may make a link of somebody else";
+    }
+    const std::string target = m_folder.File("target");
+    WriteFile(target, "old");
+    std::filesystem::create_symlink("target", m_path);
+    ASSERT_EQ(lchown(m_path.c_str(), 12345, 23456), 0);
+    EXPECT_EQ(FailureToReplace(),
+              m_path + ": resolve (another user's link, which root does not follow): " +
+                  ErrorText(EACCES));
+    EXPECT_EQ(ReadFile(target), "old");
+    EXPECT_EQ(EntriesOf(m_folder.Path()), (std::vector<std::string>{"rc.conf", "target"}));
+}
+
+TEST_F(DurableFileTest, NoFileGetsTheNumberOfAClosedStream) {
+    WriteFile(m_path, "old");
+    const auto replace = [&] {
+        FileIdentity loaded = IdentityOf(m_path);
+        int opened = 0;
+        const CallWatch writing(Call::kWritev, [&](int) {
+            for (const int file : FilesOpenIn(m_folder.Path())) {
+                EXPECT_GT(file, 2);
+                ++opened;
+            }
+            return 0;
+        });
+        ReplaceFile(m_path.c_str(), loaded, {"new"});
+        EXPECT_EQ(opened, 3) << "the old file, its folder, the temporary file";
+    };
+    EXPECT_EQ(RunWithoutStreams({0, 1, 2}, replace), 0);
+    EXPECT_EQ(ReadFile(m_path), "new");
 }
 
 TEST_F(DurableFileTest, AFolderOfSomebodyElseIsOpenedAsOneThatIsRead) {

@@ -5,7 +5,9 @@
 
 #include <cerrno>
 #include <utility>
+#include <vector>
 
+#include "tests/fixture/child_process.h"
 #include "tests/fixture/failing_calls.h"
 
 namespace {
@@ -69,6 +71,69 @@ TEST(FileDescriptorTest, AnOwnerThatIsMovedFromOwnsNothing) {
         EXPECT_TRUE(IsOpen(other)) << "until its new owner's end";
     }
     EXPECT_EQ(closing.Count(), 2);
+}
+
+TEST(FileDescriptorTest, WhatIsGivenUpIsNotClosed) {
+    int number = -1;
+    {
+        FileDescriptor owner(OpenSomething());
+        number = owner.Release();
+        EXPECT_EQ(owner.Number(), -1);
+    }
+    EXPECT_TRUE(IsOpen(number));
+    EXPECT_EQ(close(number), 0);
+}
+
+const std::vector<std::vector<int>> kClosed = {{0}, {1}, {2}, {0, 1}, {0, 2}, {1, 2}, {0, 1, 2}};
+
+TEST(FileDescriptorTest, AClosedStreamIsOccupiedByNothingThatCouldBeReadOrWritten) {
+    for (const std::vector<int>& closed : kClosed) {
+        EXPECT_EQ(RunWithoutStreams(closed,
+                                    [&] {
+                                        EXPECT_TRUE(OccupyStandardStreams());
+                                        EXPECT_TRUE(OccupyStandardStreams());
+                                        for (const int stream : closed) {
+                                            char byte = 0;
+                                            EXPECT_EQ(fcntl(stream, F_GETFD), FD_CLOEXEC);
+                                            EXPECT_EQ(write(stream, "x", 1), -1);
+                                            EXPECT_EQ(read(stream, &byte, 1), -1);
+                                            EXPECT_EQ(errno, EBADF);
+                                        }
+                                        const int first = OpenSomething();
+                                        EXPECT_GT(first, 2);
+                                        EXPECT_TRUE(OccupyStandardStreams());
+                                        EXPECT_EQ(close(first), 0);
+                                        EXPECT_EQ(OpenSomething(), first)
+                                            << "nothing else is left open";
+                                    }),
+                  0);
+    }
+}
+
+TEST(FileDescriptorTest, OpenStreamsAreLeftAsTheyAre) {
+    const CallWatch looking(Call::kPoll);
+    const CallWatch opening(Call::kOpen);
+    EXPECT_TRUE(OccupyStandardStreams());
+    EXPECT_EQ(looking.Count(), 1);
+    EXPECT_EQ(opening.Count(), 0);
+}
+
+TEST(FileDescriptorTest, StreamsThatCannotBeOccupiedAreTold) {
+    EXPECT_EQ(RunWithoutStreams({1},
+                                [] {
+                                    const FailingCall failing(Call::kOpen, EMFILE);
+                                    EXPECT_FALSE(OccupyStandardStreams());
+                                    EXPECT_EQ(errno, EMFILE);
+                                }),
+              0);
+    EXPECT_EQ(RunWithoutStreams({1},
+                                [] {
+                                    const FailingCall looking(Call::kPoll, ENOMEM);
+                                    const FailingCall interrupted(Call::kOpen, EINTR, 1, 2);
+                                    EXPECT_TRUE(OccupyStandardStreams());
+                                    EXPECT_TRUE(IsOpen(1));
+                                }),
+              0);
 }
 
 TEST(FileDescriptorTest, AnOwnerOfNothingClosesNothing) {

@@ -63,6 +63,17 @@ TEST_F(MultiSectionFileTest, WhatIsNotSavedIsForgotten) {
     EXPECT_EQ(InodeOf(m_path), inode);
 }
 
+TEST_F(MultiSectionFileTest, AFileThatWasReplacedMeanwhileIsNotSavedOver) {
+    WriteFile(m_path, kTwoSections);
+    SectionFile file(m_path);
+    file.AddSection(false);
+    file.Restart();  // as a change of the text in memory, too
+    WriteFile(m_folder.File("other"), "");
+    ASSERT_EQ(rename(m_folder.File("other").c_str(), m_path.c_str()), 0);
+    EXPECT_EQ(FailureOf([&] { file.Save(); }), m_path + ": save: was replaced meanwhile");
+    EXPECT_EQ(ReadFile(m_path), "");
+}
+
 TEST_F(MultiSectionFileTest, AFileIsWrittenByEverySaveAlsoWhenNothingChanged) {
     WriteFile(m_path, kTwoSections);
     const ino_t inode = InodeOf(m_path);

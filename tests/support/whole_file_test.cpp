@@ -9,6 +9,7 @@
 
 #include <cerrno>
 #include <string>
+#include <vector>
 
 #include "tests/fixture/child_process.h"
 #include "tests/fixture/failing_calls.h"
@@ -151,6 +152,77 @@ TEST_F(WholeFileTest, BehindALinkToNothingTheMissingFileIsMade) {
     EXPECT_EQ(Read(true), "");
     EXPECT_EQ(EntriesOf(m_folder.Path()), (std::vector<std::string>{"file", "target"}));
     EXPECT_EQ(ModeOf(m_folder.File("target")), 0600U);
+}
+
+TEST_F(WholeFileTest, RootFollowsNoLinkOfAnotherUser) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root may make a link of somebody else";
+    }
+    const std::string failure =
+        m_path + ": open (another user's link, which root does not follow): " + ErrorText(EACCES);
+    WriteFile(m_folder.File("target"), "text");
+    ASSERT_EQ(symlink("target", m_folder.File("own").c_str()), 0);
+    for (const char* target : {"target", "own", "missing"}) {
+        ASSERT_EQ(symlink(target, m_path.c_str()), 0);
+        ASSERT_EQ(lchown(m_path.c_str(), 12345, 23456), 0);
+        EXPECT_EQ(FailureToRead(), failure) << target;
+        EXPECT_EQ(FailureToRead(true), failure) << target;
+        ASSERT_EQ(unlink(m_path.c_str()), 0);
+    }
+    ASSERT_EQ(lchown(m_folder.File("own").c_str(), 12345, 23456), 0);
+    ASSERT_EQ(symlink("own", m_path.c_str()), 0);
+    EXPECT_EQ(FailureToRead(), failure) << "behind a link of root's own";
+    EXPECT_EQ(EntriesOf(m_folder.Path()), (std::vector<std::string>{"file", "own", "target"}));
+    EXPECT_TRUE(FilesOpenIn(m_folder.Path()).empty());
+}
+
+TEST_F(WholeFileTest, AnOrdinaryUserFollowsTheLinksOfAnybody) {
+    WriteFile(m_folder.File("target"), "text");
+    ASSERT_EQ(symlink("target", m_path.c_str()), 0);
+    if (geteuid() == 0) {
+        ASSERT_EQ(lchown(m_path.c_str(), 12345, 23456), 0);
+    }
+    ASSERT_EQ(chmod(m_folder.File("target").c_str(), 0644), 0);
+    ASSERT_EQ(chmod(m_folder.Path().c_str(), 0755), 0);
+    EXPECT_EQ(RunAsOrdinaryUser([&] { EXPECT_EQ(Read(), "text"); }), 0);
+}
+
+TEST_F(WholeFileTest, ALinkThatIsPutThereWhileTheLinksAreFollowedIsNotFollowed) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "the kernel follows for everybody else";
+    }
+    WriteFile(m_folder.File("target"), "text");
+    WriteFile(m_folder.File("secret"), "root's");
+    ASSERT_EQ(symlink("target", m_path.c_str()), 0);
+    const CallWatch opening(Call::kOpen, [&](int number) {
+        if (number == 2) {  // the first meets the link
+            EXPECT_EQ(unlink(m_folder.File("target").c_str()), 0);
+            EXPECT_EQ(symlink("secret", m_folder.File("target").c_str()), 0);
+        }
+        return 0;
+    });
+    EXPECT_EQ(FailureToRead(), m_path + ": open: " + ErrorText(ELOOP));
+    EXPECT_EQ(opening.Count(), 2);
+}
+
+TEST_F(WholeFileTest, NoFileGetsTheNumberOfAClosedStream) {
+    const std::vector<std::vector<int>> cases = {{0}, {1}, {2}, {0, 1}, {1, 2}, {0, 1, 2}};
+    for (const std::vector<int>& closed : cases) {
+        EXPECT_EQ(RunWithoutStreams(closed,
+                                    [&] {
+                                        int opened = 0;
+                                        const CallWatch status(Call::kFstat, [&](int) {
+                                            for (const int file : FilesOpenIn(m_folder.Path())) {
+                                                EXPECT_GT(file, 2);
+                                                ++opened;
+                                            }
+                                            return 0;
+                                        });
+                                        EXPECT_EQ(Read(true), "");
+                                        EXPECT_EQ(opened, 1);
+                                    }),
+                  0);
+    }
 }
 
 TEST_F(WholeFileTest, LineFeedsFollowEachText) {

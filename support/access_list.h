@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+
+// The access list of a file: users and groups that may use it beside its owner and its group. Kept
+// as the kernel hands it out, the extended attribute "system.posix_acl_access" (acl(5), xattr(7)).
+// With a list, the group's bits of the mode are a limit for the list and not what the group may.
+
+namespace support {
+
+/// Reads the access list of an open file; the empty text when it has none. Returns false with errno
+/// set when that cannot be told.
+bool ReadAccessList(int file, std::string& list);
+
+/// Gives an open file an access list; the empty text takes away what it has, from its folder for
+/// example. Returns false with errno set.
+bool WriteAccessList(int file, const std::string& list);
+
+}  // namespace support

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <string>
+
+#include "support/whole_file.h"
+
+namespace support {
+
+/// What a save has to know of a file. Not a struct stat, whose size depends on who includes it.
+struct FileStatus {
+    std::uint64_t device = 0;
+    std::uint64_t inode = 0;
+    std::int64_t changeSeconds = 0;  ///< of the last change of owner, mode, access list or text
+    std::int64_t changeNanoseconds = 0;
+    mode_t mode = 0;  ///< with the file's type; 0 for no file
+    uid_t user = 0;
+    gid_t group = 0;
+
+    bool IsOf(const FileIdentity& file) const {
+        return device == file.device && inode == file.inode;
+    }
+};
+
+/// Looks at an entry of a folder, and not at what a link leads to. Returns false with errno set.
+/// folder  a descriptor, or AT_FDCWD for a `name` that is a path
+bool LookAt(int folder, const char* name, FileStatus& status);
+/// Looks at an open file. Returns false with errno set.
+bool LookAt(int file, FileStatus& status);
+
+/// Returns the path with the link at its end followed, and the link at that one's end, and so on;
+/// links in its folders are left to the kernel. Root follows only links of root's: whoever else
+/// made one could switch it, and have root read or replace any file.
+/// step    what is being done, for a failure's text
+/// status  receives what stands at the end; mode 0 when nothing does
+/// Throws std::system_error with the text "path: step: reason".
+std::string FollowLinks(const char* path, const char* step, FileStatus& status);
+
+}  // namespace support
