@@ -6,8 +6,13 @@ set(RAIKLAIK_SANITIZE
     CACHE STRING "Sanitizers to build with, as -fsanitize= takes them; empty for none")
 
 set(hardeningCompileOptions -fstack-protector-strong)
-set(hardeningLinkOptions LINKER:-z,relro,-z,now LINKER:-z,noexecstack LINKER:-z,text
-                         LINKER:--as-needed)
+set(hardeningLinkOptions LINKER:-z,relro,-z,now LINKER:-z,noexecstack LINKER:--as-needed)
+# Linkers that do not know it refuse text relocations anyway.
+include(CheckLinkerFlag)
+check_linker_flag(CXX LINKER:-z,text RAIKLAIK_HAS_Z_TEXT)
+if(RAIKLAIK_HAS_Z_TEXT)
+    list(APPEND hardeningLinkOptions LINKER:-z,text)
+endif()
 
 if(RAIKLAIK_SANITIZE)
     list(APPEND hardeningCompileOptions -fsanitize=${RAIKLAIK_SANITIZE} -fno-sanitize-recover=all
