@@ -3,8 +3,8 @@
 // raiklaik: the SIP trunk configuration of a telephony device.
 //
 // A SIP trunk links two devices: a master, which accepts registrations, and a slave, which
-// registers to it. One device may be both. The trunks live in a text file, the trunk database; this
-// library is the one component that reads and writes it. docs/database.md describes the file.
+// registers to it. One device may be both. The trunks live in a text file, the trunk database, which
+// programs read and change through this library. docs/database.md describes the file.
 
 #include <sys/timeb.h>
 

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <exception>
 
+#include "src/foundation/database_syntax.h"
 #include "src/foundation/trace.h"
 #include "support/process_semaphore.h"
 #include "support/smart_buffer.h"
@@ -24,7 +25,7 @@ struct ValueBuffer {
 /// A value buffer on the stack, so that there is no allocation to fail, but 1 KiB of the caller's stack
 /// to pay. Which operations use it and which a SmartBuffer is part of what each of them promises.
 struct LocalBuffer {
-    char m_data[1024] = "";
+    char m_data[raiklaik::kValueCapacity] = "";
     std::uint32_t m_capacity = sizeof(m_data);
 };
 

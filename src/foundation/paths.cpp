@@ -6,8 +6,7 @@
 namespace {
 
 std::string BelowBaseDirectory(std::string_view file) {
-    const char* configured = std::getenv("QORV_PATH");
-    const std::string_view base = configured != nullptr ? configured : "/etc/qorv-conf/";
+    const std::string_view base = BaseDirectory();
     std::string path;
     path.reserve(base.size() + file.size());
     path.append(base).append(file);
@@ -15,6 +14,11 @@ std::string BelowBaseDirectory(std::string_view file) {
 }
 
 }  // namespace
+
+const char* BaseDirectory() {
+    const char* configured = std::getenv(kBaseDirectoryVariable);
+    return configured != nullptr ? configured : kDefaultBaseDirectory;
+}
 
 std::string DatabasePath() { return BelowBaseDirectory("telephony/siptrunkdb"); }
 

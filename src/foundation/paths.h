@@ -6,6 +6,12 @@
 // so that its value ends in "/", or "/etc/qorv-conf/" when it is not set. It is read at each call;
 // changing the environment meanwhile, in another thread, is not safe (getenv(3)).
 
+constexpr const char* kBaseDirectoryVariable = "QORV_PATH";
+constexpr const char* kDefaultBaseDirectory = "/etc/qorv-conf/";
+
+/// The base directory, until the environment changes.
+const char* BaseDirectory();
+
 /// The trunk database: base directory + "telephony/siptrunkdb".
 std::string DatabasePath();
 

@@ -1,11 +1,15 @@
 #include "src/foundation/trunk_database.h"
 
+#include "src/foundation/database_syntax.h"
 #include "src/foundation/key_table.h"
 #include "src/foundation/paths.h"
 
+namespace syntax = raiklaik::syntax;
+
 TrunkDatabase::TrunkDatabase(OpenMode mode, ValueBuffer buffer)
     : m_file(DatabasePath().c_str(), mode == OpenMode::kChangeOrCreate, mode == OpenMode::kReadOnly,
-             false, "section", "{\n", "}\n", "=", "#", nullptr),
+             false, syntax::kSection, syntax::kOpener, syntax::kCloser, syntax::kSeparator,
+             syntax::kComment, nullptr),
       m_buffer(buffer) {
     m_file.Restart();
 }
