@@ -11,7 +11,8 @@ function(raiklaik_add_page page section component)
     set(made "${CMAKE_CURRENT_BINARY_DIR}/man/${page}.${section}")
     add_custom_command(
         OUTPUT "${made}"
-        COMMAND "${RAIKLAIK_SCDOC}" < "${source}" > "${made}"
+        # scdoc switches hyphenation off before .TH, which switches it on again.
+        COMMAND "${RAIKLAIK_SCDOC}" < "${source}" | sed "/^[.]TH /a .nh" > "${made}"
         DEPENDS "${source}"
         COMMENT "Making the manual page ${page}(${section})"
         VERBATIM)

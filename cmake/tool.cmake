@@ -19,7 +19,7 @@ file(CREATE_LINK "${RAIKLAIK_CLI11_DIR}/CLI" "${toolHeaders}/CLI" SYMBOLIC)
 file(CREATE_LINK "${RAIKLAIK_JSON_DIR}/nlohmann" "${toolHeaders}/nlohmann" SYMBOLIC)
 
 file(GLOB_RECURSE toolSources CONFIGURE_DEPENDS tools/siptrunkctl/*.cpp)
-add_executable(siptrunkctl ${toolSources})
+add_executable(siptrunkctl ${toolSources} src/foundation/paths.cpp)
 target_compile_definitions(siptrunkctl PRIVATE "RAIKLAIK_VERSION=\"${PROJECT_VERSION}\"")
 target_include_directories(siptrunkctl SYSTEM PRIVATE "${toolHeaders}")
 target_link_libraries(siptrunkctl PRIVATE raiklaik raiklaik_support)

@@ -68,7 +68,8 @@ TEST_F(AgentCommands, ServiceShowsAndSetsTheStartFlag) {
     ExpectAnswer({"service"}, "service  on\n");
     ExpectAnswer({"service", "off"}, "switched service off\n");
     EXPECT_EQ(ReadFile(StartFilePath()), kStartFile);
-    ExpectFailure({"service", "maybe"}, 2, "service: \"maybe\" is neither on nor off");
+    ExpectFailure({"service", "maybe"}, 2,
+                  "STATE: maybe not in {on,off,1,0}; \"siptrunkctl service --help\" tells more");
 }
 
 TEST_F(AgentCommands, AMissingStartFileIsNotMade) {

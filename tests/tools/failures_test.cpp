@@ -52,22 +52,32 @@ class Failures : public ToolTest {
 
 TEST_F(Failures, AWrongCommandLineIsWrongUse) {
     const std::string more = "; \"siptrunkctl --help\" tells more";
-    ExpectFailure({}, 2, "a command is missing" + more);
     ExpectFailure({"lst"}, 2, "no command \"lst\"; did you mean \"list\"?");
     ExpectFailure({"frobnicate"}, 2, "no command \"frobnicate\"" + more);
-    ExpectFailure({"slave"}, 2, "a command is missing; \"siptrunkctl slave --help\" tells more");
+    ExpectFailure({"slave"}, 2, "a command is required; \"siptrunkctl slave --help\" tells more");
     ExpectFailure({"slave", "lst"}, 2, "no command \"slave lst\"; did you mean \"list\"?");
-    ExpectFailure({"show"}, 2, "show: NAME is missing; \"siptrunkctl show --help\" tells more");
-    ExpectFailure({"rename", "a"}, 2,
-                  "rename: NEW is missing; \"siptrunkctl rename --help\" tells more");
-    ExpectFailure({"add", "a"}, 2,
-                  "add: KEY=VALUE... is missing; \"siptrunkctl add --help\" tells more");
+    ExpectFailure({"slaves", "list"}, 2, "no command \"slaves\"; did you mean \"slave\"?");
+    ExpectFailure({"agents", "sett"}, 2, "no command \"agents sett\"; did you mean \"set\"?");
+    ExpectFailure({"help", "lst"}, 2, "no command \"lst\"" + more);
+    ExpectFailure({"show"}, 2, "NAME is required; \"siptrunkctl show --help\" tells more");
+    ExpectFailure({"rename", "a"}, 2, "NEW is required; \"siptrunkctl rename --help\" tells more");
+    ExpectFailure({"add", "a"}, 2, "SETTING is required; \"siptrunkctl add --help\" tells more");
     ExpectFailure({"slave", "move", "1", "a"}, 2,
-                  "slave move: PORT is missing; \"siptrunkctl slave move --help\" tells more");
-    ExpectFailure({"show", "a", "b"}, 2,
-                  "unexpected argument \"b\"; \"siptrunkctl show --help\" tells more");
+                  "PORT is required; \"siptrunkctl slave move --help\" tells more");
+    ExpectFailure({"show", "Head", "office"}, 2,
+                  "unexpected argument \"office\"; a name with blanks goes in quotation marks");
     ExpectFailure({"slave", "list", "x"}, 2,
                   "unexpected argument \"x\"; \"siptrunkctl slave list --help\" tells more");
+}
+
+TEST_F(Failures, TheWordsOfOtherToolsAreUnderstood) {
+    for (const char* word : {"remove", "rm", "del"}) {
+        ExpectFailure({word, "x"}, 2,
+                      std::string("no command \"") + word + "\"; did you mean \"delete\"?");
+    }
+    ExpectFailure({"ls"}, 2, "no command \"ls\"; did you mean \"list\"?");
+    ExpectFailure({"mv", "a", "b"}, 2, "no command \"mv\"; did you mean \"rename\"?");
+    ExpectFailure({"set", "a", "port=1"}, 2, "no command \"set\"; did you mean \"modify\"?");
 }
 
 TEST_F(Failures, AWrongOptionIsWrongUse) {
@@ -79,18 +89,21 @@ TEST_F(Failures, AWrongOptionIsWrongUse) {
     ExpectFailure({"--jsno", "list"}, 2, "no option \"--jsno\"; did you mean \"--json\"?");
     ExpectFailure({"list", "--typ=all"}, 2, "no option \"--typ=all\"; did you mean \"--type\"?");
     ExpectFailure({"show", "-odd"}, 2,
-                  "no option \"-odd\"; a name that begins with a dash goes behind \"--\"");
-    ExpectFailure({"list", "--type"}, 2, "--type: its value is missing" + more);
-    ExpectFailure({"list", "--type", "phone"}, 2,
-                  "--type: \"phone\" is neither master, slave nor all" + more);
-    ExpectFailure({"list", "--color", "red"}, 2,
-                  "--color: \"red\" is neither auto, always nor never" + more);
-    ExpectFailure({"list", "-C", ""}, 2,
-                  "--config-dir: its value is empty; \"siptrunkctl list --help\" tells more");
-    ExpectFailure({"list", "--wait", "soon"}, 2, "--wait: \"soon\" is no number of seconds");
-    ExpectFailure({"list", "--wait", "-1"}, 2, "--wait: \"-1\" is no number of seconds");
+                  "no option \"-odd\"; a name that begins with a dash goes after \"--\"");
+    ExpectFailure({"list", "--type"}, 2,
+                  "--type: 1 required TEXT:{master,slave,all} missing" + more);
+    ExpectFailure({"list", "--type", "phone"}, 2, "--type: phone not in {master,slave,all}" + more);
+    ExpectFailure(
+        {"list", "--fields", "name,x"}, 2,
+        "--fields: x not in {name,type,user,ip,port,sym_nat,since,since_iso,note}" + more);
+    ExpectFailure({"list", "--fields", "name", "--names"}, 2, "--names excludes --fields" + more);
+    ExpectFailure({"list", "--color", "red"}, 2, "--color: red not in {auto,always,never}" + more);
+    ExpectFailure({"list", "-C", ""}, 2, "--config-dir: it is empty" + more);
+    ExpectFailure({"list", "--wait", "soon"}, 2,
+                  "--wait: \"soon\" is not a number of seconds" + more);
+    ExpectFailure({"list", "--wait", "-1"}, 2, "--wait: \"-1\" is not a number of seconds" + more);
     ExpectFailure({"add", "a", "type=slave", "user=1", "--password-file", "x", "--ask-password"}, 2,
-                  "--password-file and --ask-password exclude each other");
+                  "--password-file excludes --ask-password; \"siptrunkctl add --help\" tells more");
 }
 
 TEST_F(Failures, AnOptionGivenTwiceHasItsLastValue) {
@@ -117,6 +130,7 @@ TEST_F(Failures, APasswordIsNeededFromSomewhere) {
     expect("-", 2, "password: it holds a line feed, which the database cannot store", "a\nb\n");
     expect("-", 2, "password: it has 1024 bytes; at most 1023 can be read back",
            std::string(1024, 'p'));
+    expect("-", 1, "standard input: it has more than 4092 bytes", std::string(100000, 'p'));
     expect("-", 2, "password: it holds a NUL byte, which the database cannot store",
            std::string_view("a\0b", 3));
     EXPECT_EQ(DatabaseText(), kTwoTrunks);
@@ -141,11 +155,13 @@ TEST_F(Failures, AMalformedDatabaseIsToldWithItsLine) {
     const std::string text = "section {\ntrunk_name=a\n}\noops\n";
     WriteDatabase(text);
     for (const Words& words :
-         {Words{"list"}, Words{"show", "a"}, Words{"add", "b", "type=slave", "user=1"},
+         {Words{"list"}, Words{"show", "a"},
+          Words{"add", "b", "type=slave", "user=1", "--password-file", "/dev/null"},
           Words{"modify", "a", "user=1"}, Words{"delete", "a"}, Words{"check", "a"},
           Words{"status"}, Words{"activate", "a"}, Words{"unregister-all"}, Words{"params", "a"},
           Words{"slave", "list"}, Words{"slave", "register", "1", "a", "1"},
-          Words{"accounts", "master"}, Words{"accounts", "slave", "--yes"}, Words{"agents"},
+          Words{"get", "a", "port"}, Words{"accounts", "master"},
+          Words{"accounts", "slave", "--yes"}, Words{"agents"},
           Words{"agents", "set", "master=on", "slave=on"}, Words{"export"}, Words{"watch"}}) {
         ExpectFailure(
             words, 5,
@@ -169,7 +185,8 @@ TEST_F(Failures, AnUnreadableFolderIsNotPermitted) {
         ExpectFailure({"list"}, 6, cause);
         ExpectFailure({"export"}, 6, cause);
         ExpectFailure({"check", "new"}, 6, cause);
-        ExpectFailure({"add", "a", "type=slave", "user=1"}, 6, cause);
+        ExpectFailure({"add", "a", "type=slave", "user=1", "--password-file", "/dev/null"}, 6,
+                      cause);
     });
     ASSERT_EQ(chmod(DatabaseFolder().c_str(), 0755), 0);
 }
@@ -285,13 +302,15 @@ TEST_F(Failures, ALockHeldByAStoppedProcessIsWaitedForAsLongAsWanted) {
         (void)raise(SIGSTOP);
     });
     held.Pass();
-    const std::string cause = "lock 43:/bin/ls: process " + ReadFile(Folder() + "/holder") +
-                              " still holds it after the time of --wait; let it go on, or end it";
+    const std::string cause =
+        "the device's lock is still held by process " + ReadFile(Folder() + "/holder") +
+        " (siptrunkctl_tes) after the time of --wait; let it go on, or end it";
     ExpectFailure({"delete", "office", "--wait", "0.05"}, 1, cause);
-    ExpectFailure({"list", "--wait", "0"}, 1, cause);
+    ExpectFailure({"show", "office", "--wait", "0"}, 1, cause);
     ExpectFailure({"import", "-", "--replace", "--wait", "0.05"}, 1, cause, exported);
     EXPECT_EQ(DatabaseText(), kTwoTrunks);
-    ExpectAnswer({"validate", "-q"}, "");  // needs no lock
+    ExpectAnswer({"validate", "-q"}, "");  // needs no lock, as does a list
+    ExpectAnswer({"list", "--names"}, "office\nbranch\n");
     const Words import = {SIPTRUNKCTL_PATH, "-C", Folder(), "import", exportedFile, "--replace"};
     const pid_t waiting = Start(import, "", "", "");
     EXPECT_TRUE(WaitUntil([&] { return Waiting() == 1; }));
@@ -300,7 +319,7 @@ TEST_F(Failures, ALockHeldByAStoppedProcessIsWaitedForAsLongAsWanted) {
     EXPECT_EQ(WaitForEnd(waiting), 0);
     EXPECT_NE(DatabaseText(), kTwoTrunks);  // the comment stands elsewhere
     ExpectAnswer({"delete", "office", "--wait", "60"},
-                 "deleted trunk \"office\", which was registered\n");
+                 "deleted trunk \"office\"; its registration was switched on\n");
 }
 
 TEST_F(Failures, TheLogHasTheLibrarysLines) {
@@ -309,7 +328,7 @@ TEST_F(Failures, TheLogHasTheLibrarysLines) {
     Do({"activate", "office", "--log", log});
     Do({"deactivate", "office", "--log", log});
     WriteDatabase("x\n");
-    ExpectFailure({"list", "--log", log}, 5,
+    ExpectFailure({"show", "office", "--log", log}, 5,
                   DatabasePath() +
                       ":1: text outside a section; \"siptrunkctl validate\" lists every problem");
     const std::string text = ReadFile(log);
@@ -320,7 +339,7 @@ TEST_F(Failures, TheLogHasTheLibrarysLines) {
     EXPECT_EQ(text.substr(14, first.size()), first);
     EXPECT_EQ(text.substr(28 + first.size(), second.size()), second);
     EXPECT_EQ(text.substr(text.size() - third.size()), third);
-    ExpectFailure({"list", "--log", Folder() + "/none/log"}, 1,
+    ExpectFailure({"show", "office", "--log", Folder() + "/none/log"}, 1,
                   Folder() + "/none/log: open log: No such file or directory");
 }
 
@@ -360,14 +379,22 @@ TEST_F(Failures, TheDirectoryComesFromTheOptionOrTheEnvironment) {
 }
 
 TEST_F(Failures, HelpAndVersionAreNone) {
-    EXPECT_EQ(RunBare({"--version"}).out, "siptrunkctl 1.0.0\n");
+    EXPECT_EQ(RunBare({"--version"}).out, "siptrunkctl " RAIKLAIK_VERSION "\n");
+    EXPECT_EQ(RunBare({"version"}).out, "siptrunkctl " RAIKLAIK_VERSION "\n");
     const Answer help = RunBare({"add", "--help"});
     EXPECT_EQ(help.code, 0);
-    EXPECT_NE(help.out.find("\nUsage: siptrunkctl add NAME KEY=VALUE... [OPTIONS]\n"),
-              std::string::npos);
-    EXPECT_NE(help.out.find("\n  -h, --help  "), std::string::npos);
-    EXPECT_NE(help.out.find("\nExample:\n  siptrunkctl add office "), std::string::npos);
-    EXPECT_EQ(help.out.find("\n\n\n"), std::string::npos);
+    EXPECT_NE(help.out.find("\nUsage: siptrunkctl add [OPTIONS] NAME SETTING...\n"),
+              std::string::npos)
+        << help.out;
+    EXPECT_NE(help.out.find("\n  -h,--help  "), std::string::npos);
+    EXPECT_NE(help.out.find("\nExamples:\n  siptrunkctl add office "), std::string::npos);
+    EXPECT_EQ(RunBare({"help", "add"}).out, help.out);
+    EXPECT_EQ(RunBare({"help", "slave", "move"}).out, RunBare({"slave", "move", "--help"}).out);
+    const std::string overview = RunBare({}).out;
+    EXPECT_NE(overview.find("\nTrunks:\n  list  "), std::string::npos) << overview;
+    EXPECT_EQ(RunBare({"--help"}).out, overview);
+    EXPECT_EQ(RunBare({"help"}).out, overview);
+    EXPECT_EQ(overview.find("__complete"), std::string::npos);
 }
 
 }  // namespace

@@ -35,7 +35,8 @@ bool Obeys(const std::string& keyword, const Json& rule, const Json& value) {
         return std::find(rule.begin(), rule.end(), value) != rule.end();
     }
     if (keyword == "pattern") {
-        return std::regex_search(value.get<std::string>(), std::regex(rule.get<std::string>()));
+        return !value.is_string() ||
+               std::regex_search(value.get<std::string>(), std::regex(rule.get<std::string>()));
     }
     if (keyword == "required") {
         return !value.is_object() || std::all_of(rule.begin(), rule.end(), [&](const Json& key) {

@@ -39,20 +39,17 @@ class JsonAnswers : public ToolTest {
     std::set<std::string> m_asked;
 };
 
-// "slave register USER IP PORT" in the help is slave-register in the schema.
+// Each command of the help; "slave register" in it is slave-register in the schema.
 std::set<std::string> CommandsOf(const std::string& help) {
     std::set<std::string> commands;
-    std::istringstream lines(help.substr(help.find("\nCommands:\n") + 11));
-    for (std::string line; std::getline(lines, line) && !line.empty();) {
-        const std::string usage = line.substr(2, line.find("  ", 2) - 2);
-        std::istringstream words(usage);
-        std::string command;
-        for (std::string word;
-             words >> word &&
-             word.find_first_not_of("abcdefghijklmnopqrstuvwxyz-") == std::string::npos;) {
-            command += (command.empty() ? "" : "-") + word;
+    std::istringstream lines(help);
+    bool isCommand = false;
+    for (std::string line; std::getline(lines, line);) {
+        if (!line.empty() && line.front() != ' ') {
+            isCommand = line != "Options:" && line != "Words:" && line.compare(0, 7, "Example");
+        } else if (isCommand && line.size() > 2 && line[2] != ' ') {
+            commands.insert(line.substr(2, line.find(' ', 2) - 2));
         }
-        commands.insert(command);
     }
     return commands;
 }
@@ -64,6 +61,17 @@ TEST_F(JsonAnswers, EveryCommandAnswersAsTheSchemaSays) {
     Ask("list", {"list", "--names"});
     Ask("show", {"show", "office"});
     Ask("show", {"show", "branch", "--show-secrets"});
+    Ask("list", {"list", "--fields", "user,note"});
+    Ask("get", {"get", "office", "port"});
+    Ask("get", {"get", "office", "registration"});
+    Ask("get", {"get", "office", "password", "--show-secrets"});
+    Ask("version", {"version"});
+    ASSERT_EQ(setenv("EDITOR", "true", 1), 0);
+    Ask("edit", {"edit"});
+    ASSERT_EQ(setenv("EDITOR", "sed -i s/5060/5065/", 1), 0);
+    Ask("edit", {"edit"});
+    Ask("check", {"check", "office"}, "", 4);
+    Ask("check", {"check", "new", "--user", "1001"}, "", 4);
     Ask("check", {"check", "new"});
     Ask("check", {"check", "new", "--user", "new"});
     Ask("status", {"status"});
@@ -93,10 +101,19 @@ TEST_F(JsonAnswers, EveryCommandAnswersAsTheSchemaSays) {
     Ask("rename", {"rename", "office", "hq"});
     Ask("modify", {"modify", "hq", "port=5061"});
     Ask("delete", {"delete", "hq"});
+    Do({"add", "a", "type=slave", "user=a", "--password-file", "/dev/null"});
+    Ask("delete", {"delete", "a", "branch"});
     Ask("add", {"add", "new", "type=slave", "user=3", "--password-file", "/dev/null"});
 
     std::set<std::string> commands = CommandsOf(Run({"--help"}).out);
     EXPECT_EQ(commands.erase("watch"), 1U);  // it does not end; its own test measures it
+    EXPECT_EQ(commands.erase("help"), 1U);   // it answers with text
+    for (const char* group : {"slave", "accounts", "agents"}) {
+        for (const std::string& command : CommandsOf(Run({group, "--help"}).out)) {
+            commands.insert(std::string(group) + "-" + command);
+        }
+    }
+    EXPECT_EQ(commands.erase("slave") + commands.erase("accounts"), 2U);  // groups alone
     EXPECT_EQ(Asked(), commands);
     for (const std::string& command : commands) {
         EXPECT_TRUE(Schema().Has(command)) << command;
@@ -116,33 +133,39 @@ TEST_F(JsonAnswers, TheSchemaRefusesOtherAnswers) {
     EXPECT_NE(fault("name_base64", "%"), "");
     EXPECT_EQ(fault("name_base64", "/w=="), "");
     EXPECT_NE(Schema().Fault("accounts-master", Json::array({Json::object()})), "");
-    EXPECT_NE(
-        Schema().Fault("delete", {{"action", "added"}, {"name", ""}, {"was_registered", true}}),
-        "");
+    EXPECT_NE(Schema().Fault(
+                  "delete",
+                  {{"action", "added"}, {"name", ""}, {"was_registered", true}, {"changed", true}}),
+              "");
 }
 
 TEST_F(JsonAnswers, ValuesAreThoseOfTheDatabase) {
     WriteDatabase(kTwoTrunks);
+    ASSERT_EQ(setenv("TZ", "EST5", 1), 0);
     EXPECT_EQ(Ask("list", {"list"}),
               Json::parse(R"([{"name": "office", "type": "master", "user": "1001",
                                "ip": "192.0.2.10", "port": "5060", "sym_nat": null,
-                               "since": "03/07/2024 09:05:31"},
+                               "since": "03/07/2024 09:05:31",
+                               "since_iso": "2024-03-07T09:05:31-05:00", "note": null},
                               {"name": "branch", "type": "slave", "user": "2001",
                                "ip": "198.51.100.7", "port": "5070", "sym_nat": true,
-                               "since": "03/08/2024 10:06:32"}])"));
+                               "since": "03/08/2024 10:06:32",
+                               "since_iso": "2024-03-08T10:06:32-05:00", "note": null}])"));
     EXPECT_EQ(Ask("show", {"show", "office", "--show-secrets"}),
               Json::parse(R"({"name": "office", "type": "master", "user": "1001",
                               "password": "alpha", "ip": "192.0.2.10", "port": "5060",
-                              "registration": true, "since": "03/07/2024 09:05:31"})"));
+                              "registration": true, "since": "03/07/2024 09:05:31",
+                              "since_iso": "2024-03-07T09:05:31-05:00"})"));
     EXPECT_EQ(Ask("show", {"show", "branch"})["password"], nullptr);
     EXPECT_EQ(Ask("status", {"status"}),
               Json::parse(R"([{"name": "office", "type": "master", "active": true,
-                               "registration": true},
+                               "registration": true, "note": null},
                               {"name": "branch", "type": "slave", "active": true,
-                               "registration": null}])"));
+                               "registration": null, "note": null}])"));
     EXPECT_EQ(Ask("agents", {"agents"}), Json::parse(R"({"master": true, "slave": false})"));
     EXPECT_EQ(Ask("delete", {"delete", "office"}),
-              Json::parse(R"({"action": "deleted", "name": "office", "was_registered": true})"));
+              Json::parse(R"({"action": "deleted", "name": "office", "was_registered": true,
+                              "changed": true})"));
 }
 
 TEST_F(JsonAnswers, BytesThatAreNotUtf8AreThereInBase64) {
@@ -175,8 +198,51 @@ TEST_F(JsonAnswers, ValidateListsItsProblems) {
 TEST_F(JsonAnswers, AFailureLeavesTheStandardOutputEmpty) {
     WriteDatabase(kTwoTrunks);
     ExpectFailure({"show", "x", "--json"}, 3, "no trunk \"x\"");
-    ExpectFailure({"check", "office", "--json"}, 4,
-                  "name \"office\" is taken by a trunk to a master, user \"1001\"");
+}
+
+TEST_F(JsonAnswers, CheckTellsWhoHasIt) {
+    WriteDatabase(kTwoTrunks);
+    EXPECT_EQ(Ask("check", {"check", "new", "--user", "2001"}, "", 4),
+              Json::parse(R"({"name": "new", "user": "2001", "free": false, "taken": "user",
+                              "by": "branch"})"));
+    EXPECT_EQ(Ask("check", {"check", "office"}, "", 4)["taken"], "name");
+}
+
+TEST_F(JsonAnswers, WhatCouldPlayWithATerminalIsEscaped) {
+    // DEL, U+009B, a mark of direction, and a tag character beyond the basic plane.
+    const std::string name =
+        "\x7f\xc2\x9b\xe2\x80\xae\xf3\xa0\x81\x81"
+        "z";
+    WriteDatabase("section {\ntrunk_name=" + name + "\n}\n");
+    const std::string out = Run({"list", "--names", "--json"}).out;
+    EXPECT_EQ(out, "[\n  {\n    \"name\": \"\\u007f\\u009b\\u202e\\udb40\\udc41z\"\n  }\n]\n");
+    EXPECT_EQ(Json::parse(out)[0]["name"], name);
+    EXPECT_EQ(Json::parse(Run({"export"}).out)["sections"][0]["trunk_name"], name);
+}
+
+TEST_F(JsonAnswers, EveryChangeSaysWhetherAnythingChanged) {
+    WriteDatabase(kTwoTrunks);
+    WriteFile(StartFilePath(), "START_SIPTRUNK=true\n");
+    EXPECT_EQ(Ask("modify", {"modify", "office", "port=5060"})["changed"], false);
+    EXPECT_EQ(Ask("modify", {"modify", "office", "port=5061"})["changed"], true);
+    EXPECT_EQ(Ask("rename", {"rename", "office", "office"})["changed"], false);
+    EXPECT_EQ(Ask("deactivate", {"deactivate", "office"})["changed"], true);
+    EXPECT_EQ(Ask("deactivate", {"deactivate", "office"})["changed"], false);
+    EXPECT_EQ(Ask("unregister-all", {"unregister-all"})["changed"], true);
+    EXPECT_EQ(Ask("unregister-all", {"unregister-all"})["changed"], false);
+    EXPECT_EQ(Ask("snapshot", {"snapshot", "office"})["changed"], true);
+    EXPECT_EQ(Ask("snapshot", {"snapshot", "office"})["changed"], false);
+    EXPECT_EQ(Ask("slave-unregister", {"slave", "unregister", "2001"})["changed"], true);
+    EXPECT_EQ(Ask("slave-unregister", {"slave", "unregister", "2001"})["changed"], false);
+    EXPECT_EQ(Ask("agents-set", {"agents", "set", "slave=on"})["changed"], true);
+    EXPECT_EQ(Ask("agents-set", {"agents", "set", "slave=on"})["changed"], false);
+    EXPECT_EQ(Ask("service", {"service", "on"})["changed"], false);
+    EXPECT_EQ(Ask("service", {"service", "off"})["changed"], true);
+    EXPECT_EQ(Ask("accounts-slave", {"accounts", "slave", "--yes"})["changed"], false);
+    const std::string exported = Run({"export"}).out;
+    EXPECT_EQ(Ask("import", {"import", "-", "--replace"}, exported)["changed"], true);  // comments
+    EXPECT_EQ(Ask("import", {"import", "-", "--replace"}, exported)["changed"], false);
+    EXPECT_EQ(Ask("import", {"import", "-", "--skip-existing"}, exported)["changed"], false);
 }
 
 }  // namespace

@@ -24,24 +24,26 @@ TEST_F(SlaveCommands, RegisterStoresAddressAndStamp) {
                                           "registration_time=[0-9]{2}:[0-9]{2}:[0-9]{2}\n\\}\n")))
         << rest;
     ExpectAnswer({"slave", "list"},
-                 "USER  PASSWORD  IP           PORT\n"
-                 "2001  (hidden)  203.0.113.5  5066\n"
-                 "1 slave\n");
+                 "NAME    USER  IP           PORT  SINCE\n"
+                 "branch  2001  203.0.113.5  5066  " +
+                     Run({"get", "branch", "since"}).out + "1 slave\n");
 }
 
 TEST_F(SlaveCommands, RefreshStoresTheStampAlone) {
     WriteDatabase(kTwoTrunks);
     ExpectAnswer({"slave", "refresh", "2001"}, "refreshed slave \"2001\"\n");
     EXPECT_NE(DatabaseText(), kTwoTrunks);  // the stamp was years old
+    const std::string since = Run({"get", "branch", "since"}).out;
     ExpectAnswer({"slave", "list", "--no-legend", "--show-secrets"},
-                 "2001  beta  198.51.100.7  5070\n");
+                 "branch  2001  beta  198.51.100.7  5070  " + since);
 }
 
 TEST_F(SlaveCommands, MoveStoresTheNewAddress) {
     WriteDatabase(kTwoTrunks);
     ExpectAnswer({"slave", "move", "2001", "203.0.113.6", "5067"},
                  "moved slave \"2001\": 203.0.113.6 port 5067\n");
-    ExpectAnswer({"slave", "list", "--no-legend"}, "2001  (hidden)  203.0.113.6  5067\n");
+    ExpectAnswer({"slave", "list", "--no-legend"},
+                 "branch  2001  203.0.113.6  5067  " + Run({"get", "branch", "since"}).out);
 }
 
 TEST_F(SlaveCommands, UnregisterRemovesAddressAndStamp) {
@@ -75,12 +77,16 @@ TEST_F(SlaveCommands, OnlyARegisteredSlaveCanBeRefreshedOrMoved) {
 TEST_F(SlaveCommands, ValuesThatCannotBeAreWrongUse) {
     WriteDatabase(kTwoTrunks);
     ExpectFailure({"slave", "register", "2001", "", "1"}, 2, "IP: it is empty");
+    ExpectFailure({"slave", "register", "2001", "500.1.1.1", "5060"}, 2,
+                  "IP: \"500.1.1.1\" is not an IP address");
+    ExpectFailure({"slave", "move", "2001", "1.2.3.4 ", "5060"}, 2,
+                  "IP: \"1.2.3.4 \" holds a blank");
     ExpectFailure({"slave", "register", "", "a", "1"}, 2, "USER: it is empty");
     ExpectFailure({"slave", "unregister", ""}, 2, "USER: it is empty");
     ExpectFailure({"slave", "move", "2001", "a\nb", "1"}, 2,
                   "IP: it holds a line feed, which the database cannot store");
     ExpectFailure({"slave", "move", "2001", "a", "sip"}, 2,
-                  "PORT: \"sip\" is no port from 1 to 65535");
+                  "PORT: \"sip\" is not a port (1 to 65535)");
     EXPECT_EQ(DatabaseText(), kTwoTrunks);
 }
 
@@ -97,7 +103,7 @@ TEST_F(SlaveCommands, AccountsSlaveMakesTheTrunksInactiveAndWantsYes) {
     WriteDatabase(kTwoTrunks);
     ExpectFailure(
         {"accounts", "slave"}, 2,
-        "accounts slave: every trunk that it lists becomes inactive; say --yes to have that");
+        "accounts slave: every trunk that it lists becomes inactive; pass --yes to do it");
     EXPECT_EQ(DatabaseText(), kTwoTrunks);
     ExpectAnswer({"accounts", "slave", "--yes"},
                  "NAME    USER  PASSWORD  IP          PORT\n"

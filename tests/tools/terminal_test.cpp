@@ -3,8 +3,13 @@
 #include <unistd.h>
 
 #include <array>
+#include <csignal>
 #include <cstdlib>
+#include <functional>
 
+#include "support/process_semaphore.h"
+#include "tests/fixture/child_process.h"
+#include "tests/fixture/own_lock.h"
 #include "tests/tools/tool_fixture.h"
 
 namespace {
@@ -13,6 +18,7 @@ namespace {
 struct Turn {
     std::string text;
     std::string typed;
+    std::function<void()> done = [] {};
 };
 
 /// The tool on a terminal.
@@ -59,6 +65,7 @@ class Terminal : public ToolTest {
                 seen = shown.size();
                 const std::string& typed = turns[turn++].typed;
                 (void)!write(terminal, typed.data(), typed.size());
+                turns[turn - 1].done();
             }
         }
         return shown;
@@ -104,15 +111,31 @@ std::string Wide(int characters) {
 }
 
 TEST_F(Terminal, TablesFitTheTerminal) {
-    WriteDatabase("section {\ntrunk_name=a name that is long enough\ntrunk_type=0\nuser_name=" +
-                  Wide(11) + "\n}\n");
+    const std::string name = "a name that is long enough";
+    WriteDatabase("section {\ntrunk_name=" + name + "\ntrunk_type=0\nuser_name=" + Wide(11) +
+                  "\n}\n");
     EXPECT_EQ(RunThere({"list", "--no-legend"}, 80),
-              Shown("a name that is long enough  slave  " + Wide(11) + "  -  -  off  -\n", 0));
-    EXPECT_EQ(RunThere({"list", "--no-legend"}, 41),
-              Shown("a name t~  slave  " + Wide(8) + "~  -  -  off  -\n", 0));
-    // Narrower it does not become; then the lines wrap.
+              Shown(name + "  slave  " + Wide(11) + "  -  -  off  -\n", 0));
+    // The columns that are needed least go first,
+    EXPECT_EQ(
+        RunThere({"list", "--color", "never"}, 68),
+        Shown("NAME                        TYPE   USER         IP  PORT  SINCE\n" + name +
+                  "  slave  " + Wide(11) + "  -   -     -\n1 trunk; --full also shows SYM NAT\n",
+              0));
+    EXPECT_EQ(
+        RunThere({"list", "--color", "never"}, 60),
+        Shown("NAME                        TYPE   USER         IP  PORT\n" + name + "  slave  " +
+                  Wide(11) + "  -   -\n1 trunk; --full also shows SINCE, SYM NAT\n",
+              0));
+    // and then what is left is cut, but not to nothing.
+    EXPECT_EQ(RunThere({"list", "--no-legend"}, 33),
+              Shown("a name t~  slave  " + Wide(8) + "~  -  -\n", 0));
     EXPECT_EQ(RunThere({"list", "--no-legend"}, 20),
-              Shown("a name ~  slave  " + Wide(7) + "~  -  -  off  -\n", 0));
+              Shown("a name ~  slave  " + Wide(7) + "~  -  -\n", 0));
+    EXPECT_EQ(RunThere({"list", "--no-legend", "--full"}, 20),
+              Shown(name + "  slave  " + Wide(11) + "  -  -  off  -\n", 0));
+    EXPECT_EQ(RunThere({"list", "--no-legend", "--fields", "name,sym_nat"}, 30),
+              Shown("a name that is long enou~  off\n", 0));
 }
 
 TEST_F(Terminal, ColumnsAreCountedAsTheTerminalDrawsThem) {
@@ -127,10 +150,34 @@ TEST_F(Terminal, ColumnsAreCountedAsTheTerminalDrawsThem) {
               Shown(japanese + "        slave  1" + off + accent + "             slave  2" + off +
                         japanese + japanese + "  slave  3" + off,
                     0));
+    const std::string none = "  -  -\n";
     EXPECT_EQ(RunThere({"list", "--no-legend"}, 20),
-              Shown(japanese + "    slave  1" + off + accent + "         slave  2" + off +
-                        japanese + "~   slave  3" + off,
+              Shown(japanese + "    slave  1" + none + accent + "         slave  2" + none +
+                        japanese + "~   slave  3" + none,
                     0));
+}
+
+TEST_F(Terminal, ACommandThatWaitsSaysForWhom) {
+    if (!HasOwnLock()) {
+        GTEST_SKIP() << "a test may not have a lock of its own here";
+    }
+    WriteDatabase(kTwoTrunks);
+    Gate held;
+    ChildProcess holder([&] {
+        WriteFile(Folder() + "/holder", std::to_string(getpid()));
+        Semaphore lock(43, "/bin/ls");
+        lock.Lock(true);
+        held.Open();
+        (void)raise(SIGSTOP);
+    });
+    held.Pass();
+    const auto kill = [&] { holder.Kill(); };
+    EXPECT_EQ(RunThere({"show", "branch", "--color", "never"}, 80, {{" holds\n", "", kill}})
+                  .first.substr(0, 100),
+              ("siptrunkctl: waiting for the device's lock, which process " +
+               ReadFile(Folder() + "/holder") + " (siptrunkctl_tes) holds\n" +
+               Run({"show", "branch"}).out)
+                  .substr(0, 100));
 }
 
 TEST_F(Terminal, ColorsAreForTerminalsThatWantThem) {

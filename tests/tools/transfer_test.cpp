@@ -108,10 +108,18 @@ TEST_F(Transfer, ImportReplacesOnDemand) {
 
 TEST_F(Transfer, ATrialStoresNothing) {
     const std::string document = Document({SwitchSection(), SlaveSection("a", "1")});
-    ExpectAnswer({"import", "-", "--dry-run"}, "would import 1 trunk\n", document);
+    ExpectAnswer({"import", "-", "--dry-run"},
+                 "changed the agents' switches: siptrunk_master_enabled none -> \"1\"\n"
+                 "changed the agents' switches: siptrunk_slave_enabled none -> \"1\"\n"
+                 "added trunk \"a\"\nwould import 1 trunk\n",
+                 document);
     EXPECT_TRUE(EntriesOf(Folder() + "/telephony").empty());
     WriteDatabase(kTwoTrunks);
-    ExpectAnswer({"import", "-", "--dry-run", "--replace"}, "would import 1 trunk\n", document);
+    ExpectAnswer({"import", "-", "--dry-run", "--replace"},
+                 "deleted trunk \"office\"\ndeleted trunk \"branch\"\n"
+                 "changed the agents' switches: siptrunk_slave_enabled \"0\" -> \"1\"\n"
+                 "added trunk \"a\"\nwould import 1 trunk\n",
+                 document);
     EXPECT_EQ(DatabaseText(), kTwoTrunks);
 }
 
@@ -146,19 +154,22 @@ TEST_F(Transfer, WhatWasStoredBeforeIsNotToBlame) {
 
 TEST_F(Transfer, ATakenNameOrUserIsRefused) {
     WriteDatabase(kTwoTrunks);
-    ExpectFailure(
-        {"import", "-"}, 4,
-        "standard input: section 2: trunk_name \"office\" is taken; --replace removes what "
-        "is stored",
-        Document({SlaveSection("new", "3"), SlaveSection("office", "4")}));
-    ExpectFailure(
-        {"import", "-"}, 4,
-        "standard input: section 1: user_name \"2001\" is taken; --replace removes what is "
-        "stored\n"
-        "siptrunkctl: standard input: section 3: trunk_name \"branch\" is taken; --replace removes "
-        "what is stored",
-        Document(
-            {SlaveSection("new", "2001"), SlaveSection("free", "4"), SlaveSection("branch", "5")}));
+    const std::string clash =
+        " sections clash with what is stored; --skip-existing leaves out the trunks that are "
+        "there, "
+        "--replace removes what is stored";
+    ExpectFailure({"import", "-"}, 4,
+                  "standard input: section 2: trunk_name \"office\" is taken\nsiptrunkctl: "
+                  "standard input: 1 of 2" +
+                      clash,
+                  Document({SlaveSection("new", "3"), SlaveSection("office", "4")}));
+    ExpectFailure({"import", "-"}, 4,
+                  "standard input: section 1: user_name \"2001\" is taken\n"
+                  "siptrunkctl: standard input: section 3: trunk_name \"branch\" is taken\n"
+                  "siptrunkctl: standard input: 2 of 3" +
+                      clash,
+                  Document({SlaveSection("new", "2001"), SlaveSection("free", "4"),
+                            SlaveSection("branch", "5")}));
     EXPECT_EQ(DatabaseText(), kTwoTrunks);
 }
 
@@ -168,7 +179,7 @@ TEST_F(Transfer, WhatIsNotSoundIsRefusedWithAllItsProblems) {
     bad["slave_port"] = "none";
     ExpectFailure(
         {"import", "-"}, 1,
-        "standard input: section 1: slave_port \"none\" is no port from 1 to 65535\n"
+        "standard input: section 1: slave_port \"none\" is not a port (1 to 65535)\n"
         "siptrunkctl: standard input: section 2: trunk name \"a\" again, first in section 1",
         Document({bad, SlaveSection("a", "2")}));
     EXPECT_EQ(DatabaseText(), kTwoTrunks);
@@ -189,6 +200,22 @@ TEST_F(Transfer, WhatIsNotSuchJsonIsRefusedWithoutQuotingIt) {
         {"", ":1: this is not JSON"},
         {"{\"sections\": [\n{\"password\": \"secret\n", ":2: this is not JSON"},
         {"{\"sections\": [1]}", ": section 1: it is not an object"},
+        {"{\"sections\": [{\"password\":7e4711}]}",
+         ": section 1: key \"password\": its value is not a text"},
+        {"{\"sections\": [{\"password\":7411e99999}]}",
+         ": section 1: key \"password\": its value is not a text"},
+        {"{\"sections\": [{\"password\":{\"a\":1}}]}",
+         ": section 1: key \"password\": its value is not a text"},
+        {"{\"sections\": [{\"password\":[\"secret\"]}]}",
+         ": section 1: key \"password\": its value is not a text"},
+        {"{\"sections\": [[{}]]}", ": section 1: it is not an object"},
+        {"{\"sections\": [{\"a\": \"1\", \"a\": \"2\"}]}",
+         ": section 1: key \"a\": it occurs twice"},
+        {"{\"sections\": [], \"sections\": []}", ": the list \"sections\" occurs twice"},
+        {"{\"sections\": {}}",
+         ": no list \"sections\" in it; \"siptrunkctl export\" shows the form"},
+        {"{\"other\": [{\"sections\": []}]}",
+         ": no list \"sections\" in it; \"siptrunkctl export\" shows the form"},
         {"{\"sections\": [{}, {\"a\": 1}]}", ": section 2: key \"a\": its value is not a text"},
         {"{\"sections\": [{\"user_name\": null}]}",
          ": section 1: key \"user_name\": its value is not a text"},
@@ -214,6 +241,65 @@ TEST_F(Transfer, WhatIsNotSuchJsonIsRefusedWithoutQuotingIt) {
         ExpectFailure({"import", "-"}, 1, std::string("standard input") + input.text, input.json);
     }
     EXPECT_EQ(DatabaseText(), kTwoTrunks);
+}
+
+TEST_F(Transfer, WhatStandsBesideTheListIsNobodysMatter) {
+    const std::string sections = Document({SlaveSection("a", "1")}).substr(1);
+    ExpectAnswer({"import", "-"}, "imported 1 trunk\n",
+                 "{\"by\": {\"x\": [1, {\"y\": null}], \"z\": 1e5}, \"at\": true, " + sections);
+    EXPECT_EQ(DatabaseText(), SlaveText("a", "1"));
+}
+
+TEST_F(Transfer, AnInputWithoutEndIsNotRead) {
+    ExpectFailure({"import", "/dev/zero"}, 1, "/dev/zero: it has more than 33554432 bytes");
+}
+
+TEST_F(Transfer, WhatIsStoredCanBeSkipped) {
+    WriteDatabase(kTwoTrunks);
+    const std::string exported = Run({"export"}).out;
+    ExpectAnswer({"import", "-", "--skip-existing"}, "imported 0 trunks; that changes nothing\n",
+                 exported);
+    ExpectAnswer({"import", "-", "--skip-existing"}, "imported 1 trunk\n",
+                 Document({SlaveSection("office", "7"), SlaveSection("new", "3")}));
+    EXPECT_EQ(DatabaseText(), kTwoTrunks + SlaveText("new", "3"));
+    ExpectFailure({"import", "-", "--skip-existing"}, 4,
+                  "standard input: section 1: user_name \"1001\" is taken\n"
+                  "siptrunkctl: standard input: 1 of 1 sections clash with what is stored; "
+                  "--skip-existing leaves out the trunks that are there, --replace removes what is "
+                  "stored",
+                  Document({SlaveSection("other", "1001")}));
+}
+
+TEST_F(Transfer, ManyClashesAreToldInAFewLines) {
+    std::vector<Json> sections;
+    std::string text;
+    for (int i = 0; i < 10; ++i) {
+        sections.push_back(SlaveSection("t" + std::to_string(i), "u" + std::to_string(i)));
+        text += SlaveText("t" + std::to_string(i), "u" + std::to_string(i));
+    }
+    WriteDatabase(text);
+    ExpectFailure({"import", "-"}, 4,
+                  "standard input: section 1: trunk_name \"t0\" is taken\n"
+                  "siptrunkctl: standard input: section 2: trunk_name \"t1\" is taken\n"
+                  "siptrunkctl: standard input: section 3: trunk_name \"t2\" is taken\n"
+                  "siptrunkctl: standard input: 10 of 10 sections clash with what is stored; "
+                  "--skip-existing leaves out the trunks that are there, --replace removes what is "
+                  "stored",
+                  Document(sections));
+}
+
+TEST_F(Transfer, ALastLineWithoutItsEndStaysALine) {
+    WriteDatabase("section {\ntrunk_name=odd\n}\n# end");
+    Do({"import", "-"}, Document({SwitchSection(), SlaveSection("a", "1")}));
+    EXPECT_EQ(DatabaseText(),
+              "section {\nsiptrunk_master_enabled=1\nsiptrunk_slave_enabled=1\n}\n"
+              "section {\ntrunk_name=odd\n}\n# end\n" +
+                  SlaveText("a", "1"));
+    WriteDatabase("# end");
+    Do({"import", "-", "--replace"}, Document({SwitchSection(), SlaveSection("a", "1")}));
+    EXPECT_EQ(DatabaseText(),
+              "# end\nsection {\nsiptrunk_master_enabled=1\nsiptrunk_slave_enabled=1\n}\n" +
+                  SlaveText("a", "1"));
 }
 
 TEST_F(Transfer, AMalformedDatabaseIsNeitherExportedNorChanged) {

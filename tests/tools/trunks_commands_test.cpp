@@ -4,7 +4,7 @@ namespace {
 
 using TrunkCommands = ToolTest;
 
-TEST_F(TrunkCommands, ListShowsTrunksToAMasterFirst) {
+TEST_F(TrunkCommands, ListKeepsTheOrderOfTheFile) {
     WriteDatabase(
         std::string("section {\nsiptrunk_master_enabled=1\nsiptrunk_slave_enabled=0\n}\n") +
         "section {\ntrunk_name=lobby\ntrunk_type=0\nuser_name=2002\nsym_nat=0\n}\n" +
@@ -13,8 +13,8 @@ TEST_F(TrunkCommands, ListShowsTrunksToAMasterFirst) {
         "registration_time=09:05:31\n}\n");
     ExpectAnswer({"list"},
                  "NAME    TYPE    USER  IP          PORT  SYM NAT  SINCE\n"
-                 "office  master  1001  192.0.2.10  5060  -        03/07/2024 09:05:31\n"
                  "lobby   slave   2002  -           -     off      -\n"
+                 "office  master  1001  192.0.2.10  5060  -        03/07/2024 09:05:31\n"
                  "2 trunks\n");
 }
 
@@ -42,8 +42,8 @@ TEST_F(TrunkCommands, ListHasTrunksOfUnknownTypesToo) {
         "section {\ntrunk_name=odd\ntrunk_type=2\nuser_name=1\nslave_ip=a\n}\n"
         "section {\ntrunk_name=bare\n}\n");
     ExpectAnswer({"list", "--no-legend"},
-                 "odd   slave  1  a  -  off  -\n"
-                 "bare  slave  -  -  -  off  -\n");
+                 "odd   slave  1  a  -  off  -  unknown type \"2\"\n"
+                 "bare  slave  -  -  -  off  -  no type\n");
 }
 
 TEST_F(TrunkCommands, ListOfAnEmptyDatabaseIsEmpty) {
@@ -125,11 +125,17 @@ TEST_F(TrunkCommands, AddMakesAMissingDatabase) {
 
 TEST_F(TrunkCommands, AddRefusesATakenNameOrUser) {
     WriteDatabase(kTwoTrunks);
-    ExpectFailure({"add", "office", "type=slave", "user=3"}, 4,
+    const Words add = {"add", "--password-file", "/dev/null"};
+    const auto with = [&](const Words& more) {
+        Words words = add;
+        words.insert(words.end(), more.begin(), more.end());
+        return words;
+    };
+    ExpectFailure(with({"office", "type=slave", "user=3"}), 4,
                   "name \"office\" is taken by a trunk to a master, user \"1001\"");
-    ExpectFailure({"add", "new", "type=slave", "user=1001"}, 4,
+    ExpectFailure(with({"new", "type=slave", "user=1001"}), 4,
                   "user \"1001\" is taken by a trunk to a master, \"office\"");
-    ExpectFailure({"add", "new", "type=slave", "user=2001"}, 4,
+    ExpectFailure(with({"new", "type=slave", "user=2001"}), 4,
                   "user \"2001\" is taken by a trunk for a slave, \"branch\"");
     EXPECT_EQ(DatabaseText(), kTwoTrunks);
 }
@@ -211,9 +217,10 @@ TEST_F(TrunkCommands, RenameChangesTheNameAlone) {
                   "name \"head office\" is taken by a trunk to a master, user \"1001\"");
 }
 
-TEST_F(TrunkCommands, DeleteTellsWhetherTheTrunkWasRegistered) {
+TEST_F(TrunkCommands, DeleteTellsWhetherRegistrationWasSwitchedOn) {
     WriteDatabase(kTwoTrunks);
-    ExpectAnswer({"delete", "office"}, "deleted trunk \"office\", which was registered\n");
+    ExpectAnswer({"delete", "office"},
+                 "deleted trunk \"office\"; its registration was switched on\n");
     ExpectAnswer({"delete", "branch"}, "deleted trunk \"branch\"\n");
     EXPECT_EQ(DatabaseText(),
               "# trunks\nsection {\nsiptrunk_master_enabled=1\nsiptrunk_slave_enabled=0\n}\n\n");
@@ -252,6 +259,99 @@ TEST_F(TrunkCommands, NamesThatLookLikeSomethingElseAreNames) {
     EXPECT_EQ(DatabaseText(), "");
 }
 
+TEST_F(TrunkCommands, ListShowsTheFieldsThatAreAskedFor) {
+    WriteDatabase(kTwoTrunks);
+    ExpectAnswer({"list", "--fields", "user,name"},
+                 "USER  NAME\n1001  office\n2001  branch\n2 trunks\n");
+    ExpectAnswer({"list", "--fields", "note", "--no-legend", "--type", "slave"}, "-\n");
+}
+
+TEST_F(TrunkCommands, ATrunkThatCannotBeFoundByItsNameIsMarked) {
+    WriteDatabase(std::string(kTwoTrunks) +
+                  "section {\ntrunk_name=office\ntrunk_type=0\nuser_name=7\n}\n");
+    ExpectAnswer({"list", "--fields", "name,type,note", "--no-legend"},
+                 "office  master  -\nbranch  slave   -\n"
+                 "office  slave   not found by its name, which occurs before\n");
+    ExpectAnswer(
+        {"status"},
+        "NAME    TYPE    ACTIVE  REGISTRATION  NOTE\n"
+        "office  master  yes     on            -\n"
+        "branch  slave   yes     -             -\n"
+        "office  slave   no      -             not found by its name, which occurs before\n"
+        "3 trunks\n");
+}
+
+TEST_F(TrunkCommands, GetPrintsOneValueAsItIs) {
+    WriteDatabase("section {\ntrunk_name=a\ntrunk_type=0\nuser_name= x\x1b \nnote=n\n}\n");
+    ExpectAnswer({"get", "a", "user"}, " x\x1b \n");
+    ExpectAnswer({"get", "a", "type"}, "slave\n");
+    ExpectAnswer({"get", "a", "trunk_type"}, "0\n");
+    ExpectAnswer({"get", "a", "sym_nat"}, "off\n");
+    ExpectAnswer({"get", "a", "note"}, "n\n");
+    ExpectAnswer({"get", "a", "since"}, "\n");
+    ExpectAnswer({"get", "a", "password", "--show-secrets"}, "\n");
+    ExpectFailure({"get", "a", "password"}, 2, "password is hidden; --show-secrets shows it");
+    ExpectFailure({"get", "a", "usr"}, 1, "trunk \"a\" has no key \"usr\"; did you mean \"user\"?");
+    ExpectFailure({"get", "b", "user"}, 3, "no trunk \"b\"");
+}
+
+TEST_F(TrunkCommands, DeleteTakesSeveralNamesOrNone) {
+    WriteDatabase(kTwoTrunks);
+    ExpectFailure({"delete", "office", "brnch"}, 3, "no trunk \"brnch\"; did you mean \"branch\"?");
+    EXPECT_EQ(DatabaseText(), kTwoTrunks);
+    ExpectAnswer({"delete", "office", "branch"},
+                 "deleted trunk \"office\"; its registration was switched on\n"
+                 "deleted trunk \"branch\"\n");
+    ExpectAnswer({"list"}, "0 trunks\n");
+}
+
+TEST_F(TrunkCommands, AUserInPlaceOfANameIsRecognised) {
+    WriteDatabase(kTwoTrunks);
+    ExpectFailure({"show", "2001"}, 3, "no trunk \"2001\"; that is the user of trunk \"branch\"");
+}
+
+TEST_F(TrunkCommands, NoTwoNamesLookAlike) {
+    const std::vector<std::pair<std::string, std::string>> names = {
+        {"\x1b", "\\x1b"},
+        {"\\x1b", "\\\\x1b"},
+        {"\\\x1b", "\\\\\\x1b"},
+        {"\\\\x1b", "\\\\\\\\x1b"},
+        {"a\\b", "a\\b"},
+        {" ", "\\x20"},
+        {"  ", "\\x20 "},
+        {"a ", "a\\x20"},
+        {" a b", "\\x20a b"},
+        {"-", "\\x2d"},
+        {"", "-"},
+    };
+    std::string text;
+    std::string shown;
+    for (const auto& [name, look] : names) {
+        text += "section {\ntrunk_name=" + name + "\ntrunk_type=0\n}\n";
+        shown += look + "\n";
+    }
+    WriteDatabase(text);
+    ExpectAnswer({"list", "--fields", "name", "--no-legend"}, shown);
+}
+
+TEST_F(TrunkCommands, APasswordFilesLineEndDoesNotCount) {
+    WriteDatabase("");
+    const std::pair<const char*, const char*> inputs[] = {
+        {"p\n", "p"}, {"p\r\n", "p"}, {"p", "p"}, {"p\r", "p\r"}, {"p\r\n\r\n", nullptr}};
+    for (const auto& [input, password] : inputs) {
+        const Answer answer =
+            Run({"add", "a", "type=slave", "user=1", "--password-file", "-"}, input);
+        EXPECT_EQ(answer.code, password == nullptr ? 2 : 0);
+        if (password != nullptr) {
+            ExpectAnswer({"get", "a", "password", "--show-secrets"}, std::string(password) + "\n");
+            Do({"delete", "a"});
+        }
+    }
+    const Answer empty = Run({"add", "a", "type=slave", "user=1", "--password-file", "-"});
+    EXPECT_EQ(empty.code, 0);
+    EXPECT_EQ(empty.err, "siptrunkctl: warning: the password from the standard input is empty\n");
+}
+
 // ---- wrong use
 
 struct WrongUse {
@@ -276,24 +376,31 @@ TEST_F(TrunkCommands, ValuesThatCannotBeAreWrongUse) {
         {{"add", "x", "type=slave", "user="}, "user=: it is empty"},
         {{"add", "x", "type=slave", "user=1", "user_name=2"}, "user_name= is given twice"},
         {{"add", "x", "type=phone"}, "type=: \"phone\" is neither master nor slave"},
-        {{"add", "x", "port=0"}, "port=: \"0\" is no port from 1 to 65535"},
-        {{"add", "x", "port=65536"}, "port=: \"65536\" is no port from 1 to 65535"},
-        {{"add", "x", "port=5060x"}, "port=: \"5060x\" is no port from 1 to 65535"},
-        {{"add", "x", "port="}, "port=: \"\" is no port from 1 to 65535"},
-        {{"add", "x", "port=05060"}, "port=: \"05060\" is no port from 1 to 65535"},
+        {{"add", "x", "port=0"}, "port=: \"0\" is not a port (1 to 65535)"},
+        {{"add", "x", "port=65536"}, "port=: \"65536\" is not a port (1 to 65535)"},
+        {{"add", "x", "port=5060x"}, "port=: \"5060x\" is not a port (1 to 65535)"},
+        {{"add", "x", "port="}, "port=: \"\" is not a port (1 to 65535)"},
+        {{"add", "x", "port=05060"}, "port=: \"05060\" is not a port (1 to 65535)"},
+        {{"add", "x", "ip=999.1.1.1"}, "ip=: \"999.1.1.1\" is not an IP address"},
+        {{"add", "x", "ip=1"}, "ip=: \"1\" is not an IP address"},
+        {{"add", "x", "ip=a b"}, "ip=: \"a b\" holds a blank"},
+        {{"add", "x", "ip="}, "ip=: it is empty"},
         {{"add", "x", "registration=yes"}, "registration=: \"yes\" is neither on nor off"},
         {{"add", "x", "sym_nat=x"}, "sym_nat=: \"x\" is neither on nor off"},
         {{"add", "x", "usr=1"}, "unknown key \"usr\"; did you mean \"user\"?"},
         {{"add", "x", "zzzzzz=1"},
          "unknown key \"zzzzzz\"; the keys are type, user, ip, port, registration, sym_nat"},
-        {{"add", "x", "type"}, "\"type\" is not KEY=VALUE"},
+        {{"add", "x", "type"},
+         "\"type\" is not KEY=VALUE; a name with blanks goes in quotation marks"},
         {{"add", "x", "name=y"}, "name=: the name stands before the keys; \"rename\" changes it"},
         {{"add", "x", "password=hunter2"},
          "password=: a password is not taken from the command line, where others see it; use "
          "--password-file or --ask-password"},
+        {{"modify", "head", "office"},
+         "\"office\" is not KEY=VALUE; a name with blanks goes in quotation marks"},
         {{"modify", "office", "sym_nat=on"}, "sym_nat=: only trunks for a slave have it"},
         {{"modify", "branch", "registration=on"}, "registration=: only trunks to a master have it"},
-        {{"modify", "branch", "ip=1"},
+        {{"modify", "branch", "ip=a"},
          "ip= and port=: a trunk for a slave gets its address when the slave registers; use "
          "\"slave register\" or \"slave move\""},
         {{"modify", "office"}, "modify: nothing to change; give KEY=VALUE or an option"},

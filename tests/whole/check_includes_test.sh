@@ -62,7 +62,20 @@ Verdict include/support/a.h '"include/raiklaik.h"' no
 Verdict tools/siptrunkctl/a.cpp '"include/raiklaik.h"' yes
 Verdict tools/siptrunkctl/a.cpp '<CLI/CLI.hpp>' yes
 Verdict tools/siptrunkctl/a.cpp '"support/line_scanner.h"' yes
-Verdict tools/siptrunkctl/a.cpp '"src/foundation/paths.h"' no
+Verdict tools/siptrunkctl/device/a.cpp '"src/foundation/paths.h"' yes
+Verdict tools/siptrunkctl/file/a.cpp '"src/foundation/key_table.h"' yes
+Verdict tools/siptrunkctl/file/a.cpp '"src/foundation/database_syntax.h"' yes
+Verdict tools/siptrunkctl/device/a.cpp '"src/foundation/access_frame.h"' no
+Verdict tools/siptrunkctl/device/a.cpp '"src/trunks/b.h"' no
+Verdict tools/siptrunkctl/main.cpp '"tools/siptrunkctl/words/b.h"' yes
+Verdict tools/siptrunkctl/words/a.cpp '"tools/siptrunkctl/commands/b.h"' yes
+Verdict tools/siptrunkctl/commands/a.cpp '"tools/siptrunkctl/commands/b.h"' yes
+Verdict tools/siptrunkctl/commands/a.cpp '"tools/siptrunkctl/view/b.h"' yes
+Verdict tools/siptrunkctl/commands/a.cpp '"tools/siptrunkctl/words/b.h"' no
+Verdict tools/siptrunkctl/device/a.cpp '"tools/siptrunkctl/file/b.h"' no
+Verdict tools/siptrunkctl/file/a.cpp '"tools/siptrunkctl/device/b.h"' no
+Verdict tools/siptrunkctl/view/a.cpp '"tools/siptrunkctl/file/b.h"' no
+Verdict tools/siptrunkctl/view/a.cpp '"tools/siptrunkctl/commands/b.h"' no
 
 Verdict examples/a.cpp '"raiklaik.h"' yes
 Verdict examples/a.cpp '"support/config_file.h"' no

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # The program in README.md is the one in examples/, builds against the installed library as README.md
-# says, and does what it says.
+# says, and does what it says; the list that it shows is the one of the database that it shows.
 # usage: readme_test.sh SOURCE_FOLDER BUILD_FOLDER CXX_COMPILER [EMULATOR [ARGUMENT...]]
 set -euo pipefail
 
@@ -13,6 +13,20 @@ Fail() {
     echo "readme_test: $*" >&2
     exit 1
 }
+
+# Block OPENING: prints the first block of README.md that begins with this line.
+Block() {
+    awk -v opening="$1" '/^```$/ && inside { exit } inside { print } $0 == opening { inside = 1 }' \
+        "$source/README.md"
+}
+
+if [[ -x $build/siptrunkctl ]]; then
+    mkdir -p "$work/first/telephony"
+    Block '```' >"$work/first/telephony/siptrunkdb"
+    [[ $(wc -l <"$work/first/telephony/siptrunkdb") == 6 ]] || Fail "the database is not there"
+    { echo '$ siptrunkctl list' && "${emulator[@]}" "$build/siptrunkctl" -C "$work/first" list; } |
+        diff -u <(Block '```console') - || Fail "siptrunkctl list prints something else"
+fi
 
 awk '/^```/ { inside = 0 } inside { print } /^```cpp$/ { inside = 1 }' "$source/README.md" \
     >"$work/read_trunk.cpp"

@@ -1,26 +1,23 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <exception>
 #include <string>
 #include <string_view>
 
 #include "support/line_scanner.h"
-#include "tools/siptrunkctl/command_line.h"
-#include "tools/siptrunkctl/device.h"
-#include "tools/siptrunkctl/failure.h"
-#include "tools/siptrunkctl/output.h"
-#include "tools/siptrunkctl/text.h"
+#include "tools/siptrunkctl/device/cause.h"
+#include "tools/siptrunkctl/view/text.h"
+#include "tools/siptrunkctl/words/command_line.h"
 
 namespace {
 
-int Report(const Arguments& arguments, const Failure& failure) {
-    const bool color = WantsColor(arguments, STDERR_FILENO);
+int Report(const Context& context, const Failure& failure) {
+    const bool color = WantsColor(context.outputOptions.color, STDERR_FILENO);
     const std::string_view text = failure.what();
     for (LineScanner lines(text); lines.Next();) {
-        (void)std::fprintf(stderr, "%ssiptrunkctl:%s %s\n", color ? "\x1b[1;31m" : "",
-                           color ? "\x1b[0m" : "", Printable(lines.Line()).c_str());
+        WriteError((color ? "\x1b[1;31msiptrunkctl:\x1b[0m " : "siptrunkctl: ") +
+                   Printable(lines.Line()) + "\n");
     }
     return static_cast<int>(failure.Code());
 }
@@ -35,30 +32,18 @@ void OccupyClosedStreams() {
     }
 }
 
-ExitCode Run(int count, const char* const* words, Arguments& arguments) {
-    const Command* command = ReadCommandLine(count, words, arguments);
-    if (command == nullptr) {
-        return ExitCode::kDone;
-    }
-    if (!arguments.configDir.empty()) {
-        UseDirectory(arguments.configDir);
-    }
-    Session session(arguments);
-    command->run(session);
-    session.Flush();
-    return session.Result();
-}
-
 }  // namespace
 
 int main(int count, char** words) {
     OccupyClosedStreams();
-    Arguments arguments;
+    Context context;
     try {
-        return static_cast<int>(Run(count, words, arguments));
+        RunCommandLine(std::vector<std::string>(words + 1, words + count), context);
+        context.output.Flush();
+        return static_cast<int>(context.result);
     } catch (const Failure& failure) {
-        return Report(arguments, failure);
+        return Report(context, failure);
     } catch (const std::exception& failure) {
-        return Report(arguments, FailureOf(failure.what()));
+        return Report(context, FailureOf(failure.what()));
     }
 }

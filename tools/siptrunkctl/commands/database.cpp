@@ -1,0 +1,59 @@
+#include <nlohmann/json.hpp>
+
+#include "src/foundation/paths.h"
+#include "tools/siptrunkctl/commands/commands.h"
+#include "tools/siptrunkctl/commands/define.h"
+#include "tools/siptrunkctl/file/check.h"
+#include "tools/siptrunkctl/file/transfer.h"
+#include "tools/siptrunkctl/view/text.h"
+
+namespace {
+
+constexpr const char* kGroup = "The database as a whole";
+
+void Validate(Context& context, const std::string& file) {
+    const std::string path = file.empty() ? DatabasePath() : file;
+    const std::vector<Problem> problems = AllProblems(ReadDatabase(path));
+    context.result = problems.empty() ? ExitCode::kDone : ExitCode::kMalformed;
+    if (context.outputOptions.json) {
+        Json answer = Json::object();
+        PutText(answer, "file", path);
+        answer["problems"] = Json::array();
+        for (const Problem& problem : problems) {
+            answer["problems"].push_back({{"line", problem.line}, {"reason", problem.reason}});
+        }
+        context.output.PrintText(JsonText(answer));
+        return;
+    }
+    for (const Problem& problem : problems) {
+        context.output.PrintText(Printable(path) + ":" + std::to_string(problem.line) + ": " +
+                                 problem.reason + "\n");
+    }
+    if (problems.empty() && !context.outputOptions.quiet) {
+        context.output.PrintText(Printable(path) + ": no problems\n");
+    }
+}
+
+void Export(Context& context) {
+    const std::string path = DatabasePath();
+    context.output.PrintText(
+        JsonText(ToJson(RequireDatabase(path).sections, path, context.outputOptions.showSecrets)));
+}
+
+}  // namespace
+
+void AddDatabase(CLI::App& root, Context& context) {
+    CLI::App* validate =
+        AddCommand(root, "validate", kGroup, "list every problem of a database",
+                   "Exit code 5 when there is one. Without FILE it is the device's database.\n\n"
+                   "Example:\n  siptrunkctl validate /etc/qorv-conf/telephony/siptrunkdb");
+    auto file = std::make_shared<std::string>();
+    CompleteWith(context, validate->add_option("FILE", *file, "a database")->option_text(" "),
+                 {{kFiles, ""}});
+    validate->callback([&context, file] { Validate(context, *file); });
+
+    AddCommand(root, "export", kGroup, "print the database as JSON",
+               "All sections with all keys. Passwords are null unless --show-secrets is given.\n\n"
+               "Example:\n  (umask 077 && siptrunkctl export --show-secrets > trunks.json)")
+        ->callback([&context] { Export(context); });
+}

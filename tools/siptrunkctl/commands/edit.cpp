@@ -1,0 +1,155 @@
+#include <unistd.h>
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <set>
+
+#include "src/foundation/paths.h"
+#include "tools/siptrunkctl/commands/commands.h"
+#include "tools/siptrunkctl/commands/define.h"
+#include "tools/siptrunkctl/file/check.h"
+#include "tools/siptrunkctl/file/compare.h"
+#include "tools/siptrunkctl/file/private_copy.h"
+#include "tools/siptrunkctl/file/store.h"
+#include "tools/siptrunkctl/view/text.h"
+
+namespace {
+
+enum class Choice { kEdit, kStore, kQuit, kDiscard };
+
+// Asks what to do with a text that has problems. Without an answer, nothing is lost and nothing
+// stored.
+Choice Ask(bool mayStore) {
+    while (true) {
+        WriteError(std::string("(e)dit again, ") + (mayStore ? "(s)tore all the same, " : "") +
+                   "(q)uit and keep the text, (d)iscard it? ");
+        std::string answer;
+        char byte = '\0';
+        while (read(STDIN_FILENO, &byte, 1) == 1 && byte != '\n') {
+            answer += byte;
+        }
+        if (byte != '\n' || answer == "q") {
+            return Choice::kQuit;
+        }
+        if (answer == "e" || answer == "d") {
+            return answer == "e" ? Choice::kEdit : Choice::kDiscard;
+        }
+        if (answer == "s" && mayStore) {
+            return Choice::kStore;
+        }
+    }
+}
+
+// The problems that were not there before; lines move, so their reasons alone tell them apart.
+std::vector<Problem> NewProblems(const Database& before, const Database& after) {
+    std::multiset<std::string> known;
+    for (const Problem& problem : AllProblems(before)) {
+        known.insert(problem.reason);
+    }
+    std::vector<Problem> problems;
+    for (const Problem& problem : AllProblems(after)) {
+        const auto place = known.find(problem.reason);
+        if (place == known.end()) {
+            problems.push_back(problem);
+        } else {
+            known.erase(place);
+        }
+    }
+    return problems;
+}
+
+[[noreturn]] void ThrowKept(PrivateCopy& copy, ExitCode code, const std::string& reason) {
+    copy.Keep();
+    throw Failure(code, reason + "; nothing was stored, and your text is kept in " + copy.Path());
+}
+
+// Lets the editor run until the text is good, or given up. Returns the text.
+std::string EditedText(PrivateCopy& copy, const std::string& before) {
+    const Database old = ScanDatabase(before);
+    while (true) {
+        try {
+            RunEditor(copy.Path());
+        } catch (const Failure& failure) {
+            if (copy.Text() != before) {
+                copy.Keep();
+                Tell("your text is kept in " + copy.Path());
+            }
+            throw;
+        }
+        const std::string text = copy.Text();
+        const Database edited = ScanDatabase(text);
+        std::vector<Problem> problems =
+            edited.problems.empty() ? NewProblems(old, edited) : edited.problems;
+        if (problems.empty() || text == before) {
+            return text;
+        }
+        for (const Problem& problem : problems) {
+            Tell("line " + std::to_string(problem.line) + ": " + problem.reason);
+        }
+        const Choice choice = Ask(edited.problems.empty());
+        if (choice == Choice::kStore) {
+            return text;
+        }
+        if (choice == Choice::kQuit) {
+            ThrowKept(copy, ExitCode::kMalformed, "the text has problems");
+        }
+        if (choice == Choice::kDiscard) {
+            return before;
+        }
+    }
+}
+
+// Stores the text, unless somebody has changed the file since it was read.
+void StoreUnchanged(Context& context, PrivateCopy& copy, const std::string& before,
+                    const std::string& text) {
+    WaitForLock(context.libraryOptions.wait);
+    const DeviceLock lock;
+    const std::string now = ReadDatabaseText(DatabasePath());
+    if (now != before) {
+        Tell("somebody else has changed the database meanwhile:");
+        for (const Change& change :
+             Compare(ScanDatabase(before).sections, ScanDatabase(now).sections)) {
+            WriteError("  " + ChangeText(change, context.outputOptions.showSecrets) + "\n");
+        }
+        ThrowKept(copy, ExitCode::kFailed, DatabasePath() + ": it was changed meanwhile");
+    }
+    try {
+        StoreDatabase(before, text);
+    } catch (const std::exception& failure) {
+        copy.Keep();
+        Tell("your text is kept in " + copy.Path());
+        throw;
+    }
+}
+
+void Edit(Context& context) {
+    const std::string before = ReadDatabaseText(DatabasePath());
+    PrivateCopy copy(before);
+    const std::string text = EditedText(copy, before);
+    if (text != before) {
+        StoreUnchanged(context, copy, before, text);
+    }
+    const std::vector<Change> changes =
+        Compare(ScanDatabase(before).sections, ScanDatabase(text).sections);
+    std::string answer;
+    for (const Change& change : changes) {
+        answer += ChangeText(change, context.outputOptions.showSecrets) + "\n";
+    }
+    Json json = ToJson(
+        Record{{"action", std::string("edited")}, {"changed", State{text != before}}}, false);
+    json["changes"] = ToJson(changes, context.outputOptions.showSecrets);
+    context.output.Confirm(
+        answer + (text == before ? "nothing was changed" : "stored the database"), json);
+}
+
+}  // namespace
+
+void AddEdit(CLI::App& root, Context& context) {
+    AddCommand(
+        root, "edit", "The database as a whole", "edit the database in an editor",
+        "The editor of VISUAL or EDITOR, or vi, gets a private copy. What comes back is\n"
+        "checked, and stored only when nobody else has changed the database meanwhile; else\n"
+        "the difference is shown and your text is kept.\n\nExample:\n"
+        "  EDITOR=nano siptrunkctl edit")
+        ->callback([&context] { Edit(context); });
+}

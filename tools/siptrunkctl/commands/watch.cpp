@@ -1,0 +1,76 @@
+#include <nlohmann/json.hpp>
+#include <optional>
+
+#include "src/foundation/paths.h"
+#include "tools/siptrunkctl/commands/commands.h"
+#include "tools/siptrunkctl/commands/define.h"
+#include "tools/siptrunkctl/device/cause.h"
+#include "tools/siptrunkctl/file/compare.h"
+#include "tools/siptrunkctl/file/watch.h"
+#include "tools/siptrunkctl/view/clock.h"
+
+namespace {
+
+void PrintChanges(Context& context, const Sections& before, const Sections& after) {
+    const OutputOptions& options = context.outputOptions;
+    const std::string now = IsoNow();
+    for (const Change& change : Compare(before, after)) {
+        if (options.json) {
+            Record record = ChangeRecord(change);
+            record.insert(record.begin(), {"time", now});
+            context.output.PrintText(JsonText(ToJson(record, options.showSecrets), -1));
+        } else {
+            context.output.PrintText(now + "  " + ChangeText(change, options.showSecrets) + "\n");
+        }
+    }
+    context.output.Flush();
+}
+
+// Returns nothing while the database cannot be read; what is wrong with it is told.
+std::optional<Sections> ReadSections(const std::string& path) {
+    try {
+        return HasDatabase() ? RequireDatabase(path).sections : Sections();
+    } catch (const std::exception& failure) {
+        Tell(failure.what());
+        return std::nullopt;
+    }
+}
+
+void TellNews(FileWatch::News news, const std::string& path) {
+    if (news == FileWatch::News::kFolderReplaced) {
+        Tell("the folder of " + path + " was replaced; watching the new one");
+    } else if (news == FileWatch::News::kFolderGone) {
+        Tell("the folder of " + path + " is gone; waiting for it");
+    }
+}
+
+void Watch(Context& context) {
+    const std::string path = DatabasePath();
+    FileWatch watch(path);
+    Sections before = HasDatabase() ? RequireDatabase(path).sections : Sections();
+    if (!context.outputOptions.quiet) {
+        Tell("watching " + path);
+    }
+    bool isBroken = false;
+    while (true) {
+        TellNews(watch.Wait(), path);
+        std::optional<Sections> after = ReadSections(path);
+        if (after) {
+            if (isBroken) {
+                Tell(path + " can be read again");
+            }
+            PrintChanges(context, before, *after);
+            before = std::move(*after);
+        }
+        isBroken = !after.has_value();
+    }
+}
+
+}  // namespace
+
+void AddWatch(CLI::App& root, Context& context) {
+    AddCommand(root, "watch", "The database as a whole", "print each change as it happens",
+               "Changes of trunks and of the agents' switches, with the time. Ends with Ctrl-C.\n"
+               "With --json each change is one line.\n\nExample:\n  siptrunkctl watch")
+        ->callback([&context] { Watch(context); });
+}

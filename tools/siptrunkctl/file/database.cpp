@@ -1,0 +1,110 @@
+#include "tools/siptrunkctl/file/database.h"
+
+#include <sys/stat.h>
+
+#include "src/foundation/database_syntax.h"
+#include "src/foundation/key_table.h"
+#include "support/entry.h"
+#include "support/section_grammar.h"
+#include "support/whole_file.h"
+#include "tools/siptrunkctl/file/input.h"
+#include "tools/siptrunkctl/view/failure.h"
+
+namespace {
+
+using Configuration::SectionGrammar;
+namespace syntax = raiklaik::syntax;
+
+DatabaseEntry EntryOf(std::string_view line, std::size_t number) {
+    const std::size_t separator = line.find(*syntax::kSeparator);
+    const std::string_view key = WithoutTrailingBlanks(line.substr(0, separator));
+    return {std::string(WithoutLeadingBlanks(key)), std::string(line.substr(separator + 1)),
+            number};
+}
+
+}  // namespace
+
+const std::string* DatabaseSection::Find(std::string_view key) const {
+    for (const DatabaseEntry& entry : entries) {
+        if (entry.key == key) {
+            return &entry.value;
+        }
+    }
+    return nullptr;
+}
+
+std::string_view DatabaseSection::Get(std::string_view key) const {
+    const std::string* value = Find(key);
+    return value == nullptr ? std::string_view() : *value;
+}
+
+bool IsSecret(std::string_view key) {
+    return key == key::kPassword || key == key::kChangedPassword;
+}
+
+bool IsSwitches(const DatabaseSection& section) {
+    return section.Find(key::kMasterEnabled) != nullptr &&
+           section.Find(key::kSlaveEnabled) != nullptr && section.Find(key::kTrunkName) == nullptr;
+}
+
+Database ScanDatabase(std::string_view text) {
+    const SectionGrammar grammar(syntax::kSection, syntax::kOpener, syntax::kCloser,
+                                 syntax::kSeparator, syntax::kComment);
+    Database database;
+    bool inSection = false;
+    std::size_t number = 0;
+    std::size_t end = 0;
+    for (std::size_t begin = 0; begin < text.size(); begin = end) {
+        const SectionGrammar::LineKind kind = grammar.KindAt(text, begin, end);
+        std::string_view line = text.substr(begin, end - begin);
+        const bool hasNul = line.find('\0') != std::string_view::npos;
+        const char* fault = hasNul ? "NUL byte" : SectionGrammar::FaultOf(kind, inSection);
+        ++number;
+        if (fault != nullptr) {
+            database.problems.push_back({number, fault});
+        }
+        if (kind == SectionGrammar::LineKind::kOpener) {
+            inSection = true;
+            database.sections.push_back({number, {}, begin, end});
+        } else if (kind == SectionGrammar::LineKind::kCloser) {
+            if (inSection) {
+                database.sections.back().end = end;
+            }
+            inSection = false;
+        } else if (kind == SectionGrammar::LineKind::kEntry && fault == nullptr) {
+            line.remove_suffix(line.back() == '\n' ? 1 : 0);
+            database.sections.back().entries.push_back(EntryOf(line, number));
+        }
+    }
+    if (inSection) {
+        database.problems.push_back({database.sections.back().line, "section is not closed"});
+    }
+    return database;
+}
+
+std::string ReadDatabaseText(const std::string& path) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
+        static_cast<std::uintmax_t>(status.st_size) > kLargestFile) {
+        throw Failure(ExitCode::kFailed,
+                      path + ": it has more than " + std::to_string(kLargestFile) + " bytes");
+    }
+    return std::string(ReadWholeFile(path.c_str(), false).View());
+}
+
+Database ReadDatabase(const std::string& path) { return ScanDatabase(ReadDatabaseText(path)); }
+
+void RequireSound(const std::string& path, const Database& database) {
+    if (!database.problems.empty()) {
+        const Problem& first = database.problems.front();
+        throw Failure(ExitCode::kMalformed, path + ":" + std::to_string(first.line) + ": " +
+                                                first.reason +
+                                                "; \"siptrunkctl validate\" lists every problem");
+    }
+}
+
+Database RequireDatabase(const std::string& path) {
+    Database database = ReadDatabase(path);
+    RequireSound(path, database);
+    return database;
+}

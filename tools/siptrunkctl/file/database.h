@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// The trunk database as it stands in its file: every section and key, also those that the library
+// does not know.
+
+struct DatabaseEntry {
+    std::string key;
+    std::string value;
+    std::size_t line = 0;
+    bool hidden = false;  ///< whether the value was held back when it was exported
+};
+
+struct DatabaseSection {
+    std::size_t line = 0;  ///< of its opening line
+    std::vector<DatabaseEntry> entries;
+    std::size_t begin = 0;  ///< where its opening line begins in the text
+    std::size_t end = 0;    ///< where the line after it begins
+
+    /// Returns the value of the first entry with this key; null when there is none.
+    const std::string* Find(std::string_view key) const;
+    /// The same, but the empty text when there is none, as the library reads it.
+    std::string_view Get(std::string_view key) const;
+};
+
+using Sections = std::vector<DatabaseSection>;
+
+struct Problem {
+    std::size_t line;
+    std::string reason;
+};
+
+struct Database {
+    Sections sections;
+    std::vector<Problem> problems;  ///< lines that break the grammar, in the order of the file
+};
+
+/// Returns whether the values of a key are passwords.
+bool IsSecret(std::string_view key);
+
+/// Returns whether a section is the one of the agents' switches.
+bool IsSwitches(const DatabaseSection& section);
+
+/// Takes a database's text apart. After a line that breaks the grammar it goes on with the next, so
+/// that all such lines are found.
+Database ScanDatabase(std::string_view text);
+
+/// Reads a database file without the device's lock: a save replaces the file whole, so what is read
+/// is never half of one. Throws std::system_error when it cannot be read, and a Failure when it is
+/// larger than kLargestFile.
+std::string ReadDatabaseText(const std::string& path);
+Database ReadDatabase(const std::string& path);
+
+/// The same for a command that needs a sound database: throws a Failure at the first line that
+/// breaks the grammar.
+Database RequireDatabase(const std::string& path);
+
+/// Throws a Failure at the first line that breaks the grammar, if there is one.
+void RequireSound(const std::string& path, const Database& database);

@@ -1,0 +1,40 @@
+#include "tools/siptrunkctl/file/input.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+
+#include "support/file_descriptor.h"
+#include "support/system_call.h"
+#include "tools/siptrunkctl/view/failure.h"
+
+std::string ReadInput(const std::string& name, std::size_t limit) {
+    const bool isStandardInput = name == "-";
+    const FileDescriptor opened(isStandardInput ? -1 : RetryInterrupted([&] {
+        return open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
+    }));
+    if (!isStandardInput && opened.Number() == -1) {
+        ThrowSystemFailure(errno, name, "open");
+    }
+    const std::string shown = isStandardInput ? "standard input" : name;
+    const int file = isStandardInput ? STDIN_FILENO : opened.Number();
+    std::string text;
+    std::array<char, 4096> block{};
+    while (true) {
+        const ssize_t count =
+            RetryInterrupted([&] { return read(file, block.data(), block.size()); });
+        if (count == -1) {
+            ThrowSystemFailure(errno, shown, "read");
+        }
+        if (count == 0) {
+            return text;
+        }
+        text.append(block.data(), static_cast<std::size_t>(count));
+        if (text.size() > limit) {
+            throw Failure(ExitCode::kFailed,
+                          shown + ": it has more than " + std::to_string(limit) + " bytes");
+        }
+    }
+}

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+/// The largest file that is read, in bytes. A database of this size has 100,000 trunks.
+constexpr std::size_t kLargestFile = 32 * 1024 * 1024;
+
+/// Reads a file whole, or the standard input when `name` is "-". FIFOs are read like files.
+/// limit  the bytes that are taken at most
+/// Throws std::system_error with the text "name: step: reason", and a Failure for a longer file.
+std::string ReadInput(const std::string& name, std::size_t limit = kLargestFile);

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <sys/stat.h>
+
+#include <string>
+#include <vector>
+
+#include "support/file_descriptor.h"
+
+/// Sleeps until a file may have changed. Every save puts another file in the place of the old one,
+/// and links or whole folders above may be replaced too, so all folders on the way are watched.
+class FileWatch {
+  public:
+    /// What may have happened.
+    enum class News { kFile, kFolderReplaced, kFolderGone };
+
+    /// path  absolute, or relative to the working folder
+    /// Throws std::system_error when its folder cannot be watched.
+    explicit FileWatch(const std::string& path);
+
+    /// Waits for the next news. Throws std::system_error.
+    News Wait();
+
+  private:
+    void WaitForEvent() const;
+    void WatchAll();
+    void Watch(const std::string& folder, std::uint32_t events) const;
+
+    std::string m_path;
+    FileDescriptor m_events;
+    struct stat m_folder {};  // of the folder that the file is in; all 0 while there is none
+    struct stat m_file {};    // as last seen
+};

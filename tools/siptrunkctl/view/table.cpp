@@ -1,0 +1,175 @@
+#include "tools/siptrunkctl/view/table.h"
+
+#include <algorithm>
+#include <cctype>
+#include <numeric>
+#include <string_view>
+
+#include "tools/siptrunkctl/view/text.h"
+
+namespace {
+
+constexpr std::size_t kGap = 2;
+constexpr std::size_t kLeastWidth = 8;
+constexpr const char* kBold = "\x1b[1m";
+constexpr const char* kPlain = "\x1b[0m";
+constexpr const char* kNothing = "-";
+
+struct Showing {
+    bool secrets;
+
+    std::string operator()(Nothing /*value*/) const { return kNothing; }
+    std::string operator()(const std::string& text) const {
+        return text.empty() ? kNothing : PrintableCell(text);
+    }
+    std::string operator()(std::size_t number) const { return std::to_string(number); }
+    std::string operator()(Switch value) const { return value.isOn ? "on" : "off"; }
+    std::string operator()(State value) const { return value.holds ? "yes" : "no"; }
+    std::string operator()(const Secret& value) const {
+        return secrets || value.text.empty() ? (*this)(value.text) : "(hidden)";
+    }
+};
+
+std::string Heading(const char* name) {
+    std::string heading(name);
+    for (char& letter : heading) {
+        letter = letter == '_'
+                     ? ' '
+                     : static_cast<char>(std::toupper(static_cast<unsigned char>(letter)));
+    }
+    return heading;
+}
+
+// Returns the first characters of a text that is too wide, with a mark that some are missing.
+std::string Cut(const std::string& text, std::size_t width) {
+    if (Width(text) <= width) {
+        return text;
+    }
+    std::size_t end = 0;
+    std::size_t next = 0;
+    while (Width(std::string_view(text).substr(0, next)) < width) {
+        end = next;
+        next += CharacterLength(std::string_view(text).substr(next));
+    }
+    return text.substr(0, end) + "~";
+}
+
+/// One column, from its heading down.
+struct Column {
+    Rank rank;
+    std::vector<std::string> cells;
+    std::size_t width;
+};
+
+std::vector<Column> ColumnsOf(const std::vector<Record>& records, const Layout& layout) {
+    std::vector<Column> columns;
+    for (std::size_t i = 0; i < records.front().size(); ++i) {
+        const Field& first = records.front()[i];
+        if (first.rank == Rank::kOnlyJson) {
+            continue;
+        }
+        Column column{first.rank, {}, 0};
+        if (layout.legend) {
+            column.cells.push_back(Heading(first.name));
+        }
+        for (const Record& record : records) {
+            column.cells.push_back(CellText(record[i].value, layout));
+        }
+        for (const std::string& cell : column.cells) {
+            column.width = std::max(column.width, Width(cell));
+        }
+        columns.push_back(std::move(column));
+    }
+    return columns;
+}
+
+std::size_t TotalWidth(const std::vector<Column>& columns) {
+    return std::accumulate(
+        columns.begin(), columns.end(), kGap * (columns.size() - 1),
+        [](std::size_t total, const Column& column) { return total + column.width; });
+}
+
+// Returns the headings of the columns that had to go. A very narrow terminal wraps the lines.
+std::vector<std::string> FitTo(std::size_t limit, std::vector<Column>& columns, bool legend) {
+    std::vector<std::string> dropped;
+    while (TotalWidth(columns) > limit) {
+        const auto least = std::max_element(
+            columns.begin(), columns.end(),
+            [](const Column& a, const Column& b) { return a.rank <= b.rank; });  // the last of them
+        if (least->rank == Rank::kAlways) {
+            break;
+        }
+        dropped.insert(dropped.begin(), legend ? least->cells.front() : "");
+        columns.erase(least);
+    }
+    const auto isNarrower = [](const Column& a, const Column& b) { return a.width < b.width; };
+    for (std::size_t total = TotalWidth(columns); total > limit; --total) {
+        const auto widest = std::max_element(columns.begin(), columns.end(), isNarrower);
+        if (widest->width <= kLeastWidth) {
+            break;
+        }
+        --widest->width;
+    }
+    return dropped;
+}
+
+std::string LineOf(const std::vector<Column>& columns, std::size_t row) {
+    std::string line;
+    std::size_t blanks = 0;
+    for (const Column& column : columns) {
+        const std::string cell = Cut(column.cells[row], column.width);
+        line.append(blanks, ' ').append(cell);
+        blanks = column.width - Width(cell) + kGap;
+    }
+    return line;
+}
+
+std::string CountText(std::size_t count, const char* noun,
+                      const std::vector<std::string>& dropped) {
+    std::string text = std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+    for (std::size_t i = 0; i < dropped.size(); ++i) {
+        text += (i == 0 ? "; --full also shows " : ", ") + dropped[i];
+    }
+    return text + "\n";
+}
+
+}  // namespace
+
+std::string CellText(const Value& value, const Layout& layout) {
+    return std::visit(Showing{layout.secrets}, value);
+}
+
+std::string TableText(const std::vector<Record>& records, const char* noun, const Layout& layout) {
+    std::string text;
+    std::vector<std::string> dropped;
+    if (!records.empty()) {
+        std::vector<Column> columns = ColumnsOf(records, layout);
+        if (layout.columns != 0) {
+            dropped = FitTo(layout.columns, columns, layout.legend);
+        }
+        for (std::size_t i = 0; i < columns.front().cells.size(); ++i) {
+            const bool isHead = layout.color && layout.legend && i == 0;
+            const std::string line = LineOf(columns, i);
+            text.append(isHead ? kBold + line + kPlain : line).append("\n");
+        }
+    }
+    return layout.legend ? text + CountText(records.size(), noun, dropped) : text;
+}
+
+std::string PageText(const Record& record, const Layout& layout) {
+    std::size_t width = 0;
+    for (const Field& field : record) {
+        width = std::max(width, field.rank == Rank::kOnlyJson ? 0 : Width(field.name));
+    }
+    std::string text;
+    for (const Field& field : record) {
+        if (field.rank == Rank::kOnlyJson) {
+            continue;
+        }
+        std::string name(field.name);
+        name.resize(width, ' ');
+        text.append(layout.color ? kBold + name + kPlain : name);
+        text.append(kGap, ' ').append(CellText(field.value, layout)).append("\n");
+    }
+    return text;
+}

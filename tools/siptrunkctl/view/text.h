@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// Texts from the database, as people see them.
+
+/// Returns the number of bytes of the UTF-8 character that `text` begins with; 0 when it begins
+/// with none.
+std::size_t CharacterLength(std::string_view text);
+
+/// Returns the code point of one whole UTF-8 character.
+std::uint32_t CodePoint(std::string_view character);
+
+/// Returns whether a character could do something to a terminal, or cannot be seen.
+bool IsHarmful(std::uint32_t point);
+
+/// Returns whether the whole text is UTF-8.
+bool IsUtf8(std::string_view text);
+
+/// Returns the number of columns that a UTF-8 text takes on a terminal.
+std::size_t Width(std::string_view text);
+
+/// Returns the text with every byte as \xNN that could do something to a terminal, cannot be seen, or
+/// is not UTF-8: the result is UTF-8 and stays on one line. Backslashes before an "x" or before such
+/// a byte are doubled, so that no two texts look alike.
+std::string Printable(std::string_view text);
+
+/// The same for a cell of a table, where blanks at the ends would not show and a lone "-" stands for
+/// nothing: these are \xNN, too.
+std::string PrintableCell(std::string_view text);
+
+/// Returns the printable text in quotation marks.
+std::string Quoted(std::string_view text);
+
+/// Returns the candidate that `word` is most likely a misspelling of; null when none is near.
+const std::string* Nearest(std::string_view word, const std::vector<std::string>& candidates);
+
+/// Returns "; did you mean "X"?" for the nearest candidate, or an empty text.
+std::string DidYouMean(std::string_view word, const std::vector<std::string>& candidates);
