@@ -15,9 +15,20 @@ std::optional<std::string> NameOf(const DatabaseSection& section) {
     return name == nullptr ? std::nullopt : std::optional(*name);
 }
 
-std::optional<std::string> ValueOf(const DatabaseSection* section, const std::string& key) {
-    const std::string* value = section == nullptr ? nullptr : section->Find(key);
-    return value == nullptr ? std::nullopt : std::optional(*value);
+// The first value of each key of a section.
+using Values = std::unordered_map<std::string_view, std::string_view>;
+
+Values ValuesOf(const DatabaseSection* section) {
+    Values values;
+    for (std::size_t i = 0; section != nullptr && i < section->entries.size(); ++i) {
+        values.emplace(section->entries[i].key, section->entries[i].value);
+    }
+    return values;
+}
+
+std::optional<std::string> ValueOf(const Values& values, const std::string& key) {
+    const auto found = values.find(key);
+    return found == values.end() ? std::nullopt : std::optional<std::string>(found->second);
 }
 
 /// The sections of one state by their names.
@@ -51,6 +62,8 @@ class Index {
 // Of the switches, what they are counts also when they come or go.
 void AppendKeys(std::vector<Change>& changes, const DatabaseSection* old,
                 const DatabaseSection* section) {
+    const Values before = ValuesOf(old);
+    const Values after = ValuesOf(section);
     std::unordered_set<std::string_view> told;
     for (const DatabaseSection* side : {old, section}) {
         if (side == nullptr) {
@@ -60,8 +73,8 @@ void AppendKeys(std::vector<Change>& changes, const DatabaseSection* old,
             if (!told.insert(entry.key).second) {
                 continue;
             }
-            Change change{"changed", NameOf(*side), entry.key, ValueOf(old, entry.key),
-                          ValueOf(section, entry.key)};
+            Change change{"changed", NameOf(*side), entry.key, ValueOf(before, entry.key),
+                          ValueOf(after, entry.key)};
             if (change.before != change.after) {
                 changes.push_back(std::move(change));
             }
