@@ -127,9 +127,11 @@ TEST_F(Terminal, TablesFitTheTerminal) {
         Shown("NAME                        TYPE   USER         IP  PORT\n" + name + "  slave  " +
                   Wide(11) + "  -   -\n1 trunk; --full also shows SINCE, SYM NAT\n",
               0));
-    // and then what is left is cut, but not to nothing.
+    // and then what is left is cut, the name last, but not to nothing.
+    EXPECT_EQ(RunThere({"list", "--no-legend"}, 49),
+              Shown(name + "  slave  " + Wide(7) + "~  -  -\n", 0));
     EXPECT_EQ(RunThere({"list", "--no-legend"}, 33),
-              Shown("a name t~  slave  " + Wide(8) + "~  -  -\n", 0));
+              Shown("a name th~  slave  " + Wide(7) + "~  -  -\n", 0));
     EXPECT_EQ(RunThere({"list", "--no-legend"}, 20),
               Shown("a name ~  slave  " + Wide(7) + "~  -  -\n", 0));
     EXPECT_EQ(RunThere({"list", "--no-legend", "--full"}, 20),

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <iterator>
 #include <numeric>
 #include <string_view>
 
@@ -89,27 +90,36 @@ std::size_t TotalWidth(const std::vector<Column>& columns) {
         [](std::size_t total, const Column& column) { return total + column.width; });
 }
 
-// Returns the headings of the columns that had to go. A very narrow terminal wraps the lines.
-std::vector<std::string> FitTo(std::size_t limit, std::vector<Column>& columns, bool legend) {
-    std::vector<std::string> dropped;
-    while (TotalWidth(columns) > limit) {
-        const auto least = std::max_element(
-            columns.begin(), columns.end(),
-            [](const Column& a, const Column& b) { return a.rank <= b.rank; });  // the last of them
-        if (least->rank == Rank::kAlways) {
-            break;
-        }
-        dropped.insert(dropped.begin(), legend ? least->cells.front() : "");
-        columns.erase(least);
-    }
+// Takes from the widest of the columns from `first` on until the table fits.
+void CutWidest(std::vector<Column>::iterator first, std::vector<Column>& columns,
+               std::size_t limit) {
     const auto isNarrower = [](const Column& a, const Column& b) { return a.width < b.width; };
-    for (std::size_t total = TotalWidth(columns); total > limit; --total) {
-        const auto widest = std::max_element(columns.begin(), columns.end(), isNarrower);
+    for (std::size_t total = TotalWidth(columns); total > limit && first != columns.end();
+         --total) {
+        const auto widest = std::max_element(first, columns.end(), isNarrower);
         if (widest->width <= kLeastWidth) {
             break;
         }
         --widest->width;
     }
+}
+
+// Returns the headings of the columns that had to go. A very narrow terminal wraps the lines.
+std::vector<std::string> FitTo(std::size_t limit, std::vector<Column>& columns, bool legend) {
+    std::vector<std::string> dropped;
+    while (TotalWidth(columns) > limit) {
+        const auto least =
+            std::max_element(columns.rbegin(), columns.rend(),
+                             [](const Column& a, const Column& b) { return a.rank < b.rank; });
+        if (least->rank == Rank::kAlways) {
+            break;
+        }
+        dropped.insert(dropped.begin(), legend ? least->cells.front() : "");
+        columns.erase(std::next(least).base());
+    }
+    // The first column tells the rows apart, so it is cut last.
+    CutWidest(columns.begin() + 1, columns, limit);
+    CutWidest(columns.begin(), columns, limit);
     return dropped;
 }
 

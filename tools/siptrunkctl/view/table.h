@@ -14,7 +14,7 @@ struct Layout {
 };
 
 /// Returns records with the same fields as a table. When it is too wide, the columns of the highest
-/// rank are left out, and then the widest ones are cut: "~" stands for what is missing.
+/// rank are left out, and then the widest ones are cut, the first one last: "~" stands for what is missing.
 /// noun  what a record is, for the count under the table
 std::string TableText(const std::vector<Record>& records, const char* noun, const Layout& layout);
 
