@@ -5,7 +5,6 @@
 #include <sched.h>
 
 #include <thread>
-#include <type_traits>
 #include <vector>
 
 namespace {
@@ -31,33 +30,6 @@ TEST(ThreadMutexTest, OneThreadAtATimeHoldsTheMutex) {
         thread.join();
     }
     EXPECT_EQ(count, kThreads * kRounds);
-}
-
-TEST(ThreadMutexTest, AReleasedMutexIsTakenAgain) {
-    ThreadMutex mutex;
-    for (int round = 0; round < 3; ++round) {
-        mutex.Lock();
-        mutex.Unlock();
-    }
-    std::thread other([&] {
-        mutex.Lock();
-        mutex.Unlock();
-    });
-    other.join();
-}
-
-TEST(ThreadMutexTest, MutexesAreIndependent) {
-    ThreadMutex first;
-    ThreadMutex second;
-    first.Lock();
-    second.Lock();
-    first.Unlock();
-    second.Unlock();
-}
-
-TEST(ThreadMutexTest, AMutexIsNotCopied) {
-    static_assert(!std::is_copy_constructible_v<ThreadMutex>);
-    static_assert(!std::is_copy_assignable_v<ThreadMutex>);
 }
 
 }  // namespace
