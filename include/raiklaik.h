@@ -119,7 +119,8 @@ class __attribute__((visibility("default"))) CSIPTrunkLogger {
     /// Writes one line.
     /// level   1 for errors, 3 for information; every level is written
     /// format  of printf's kind; ends in a line feed, since none is added. Other control
-    ///         characters, those in arguments as well, are written as \xNN.
+    ///         characters, those in arguments as well, and marks that turn the direction of writing
+    ///         are written as \xNN for each of their bytes.
     /// A line that the disk does not take is tried anew with the next one, as long as 2048 bytes
     /// hold what waits, and never reported.
     /// Throws a std::exception when the line cannot be made, above all without memory.

@@ -10,35 +10,36 @@
 #include <cerrno>
 #include <string_view>
 
+#include "support/postponed_cancellation.h"
+#include "support/printable_text.h"
 #include "support/system_call.h"
 #include "support/text_format.h"
 
 namespace {
 
-bool IsControl(char byte) {
-    const auto code = static_cast<unsigned char>(byte);
-    return code < 0x20 || code == 0x7f;
+// Returns how many bytes of the text were written, none on failure.
+std::size_t Write(int file, std::string_view text) {
+    const ssize_t count = RetryInterrupted([&] { return write(file, text.data(), text.size()); });
+    return count > 0 ? static_cast<std::size_t>(count) : 0;
 }
 
-void AppendEscaped(std::string& text, const std::string& message) {
-    static const char* const kDigits = "0123456789abcdef";
-    for (std::size_t i = 0; i < message.size(); ++i) {
-        const char byte = message[i];
-        const bool endsLine = byte == '\n' && i + 1 == message.size();
-        if (!IsControl(byte) || endsLine) {
-            text.push_back(byte);
-            continue;
-        }
-        const auto code = static_cast<unsigned char>(byte);
-        text.append("\\x").append(1, kDigits[code >> 4U]).append(1, kDigits[code & 0xfU]);
-    }
+// Returns the size of a regular file, -1 where that cannot be told.
+off_t SizeOf(int file) {
+    struct stat status {};
+    return fstat(file, &status) == 0 && S_ISREG(status.st_mode) ? status.st_size : -1;
 }
 
 }  // namespace
 
 LogStream::LogStream(const char* name, bool append, bool create, int maxFileSize, int /*filesKept*/,
                      unsigned int bufferSize, bool syncAtFlush)
-    : m_file(-1), m_maxFileSize(maxFileSize), m_bufferSize(bufferSize), m_syncAtFlush(syncAtFlush) {
+    : m_file(-1),
+      m_maxFileSize(maxFileSize),
+      m_process(getpid()),
+      m_bufferSize(bufferSize),
+      m_syncAtFlush(syncAtFlush),
+      m_isTorn(false) {
+    const support::PostponedCancellation postponed;
     m_pending.reserve(m_bufferSize);
     // O_NONBLOCK: opening a FIFO must not wait for its reader.
     const int flags = O_WRONLY | O_APPEND | O_CLOEXEC | O_NOCTTY | O_NONBLOCK |
@@ -56,6 +57,7 @@ LogStream::LogStream(const char* name, bool append, bool create, int maxFileSize
 }
 
 LogStream::~LogStream() {
+    const support::PostponedCancellation postponed;
     Flush();
     (void)close(m_file);  // nothing is left that a failure could tell about
 }
@@ -74,39 +76,83 @@ void LogStream::TRACE(unsigned char level, const char* format, ...) {
 
 void LogStream::TRACE(unsigned char /*level*/, const char* format, va_list& arguments,
                       unsigned char) {
-    AppendEscaped(m_pending, FormatText(format, arguments));
+    ForgetTextOfParent();
+    m_pending += support::PrintableLine(FormatText(format, arguments));
 }
 
 void LogStream::Flush() {
+    const support::PostponedCancellation postponed;
+    ForgetTextOfParent();
     if (m_pending.empty()) {
         return;
     }
-    struct stat file {};
-    const auto size = static_cast<long long>(m_pending.size());
-    if (fstat(m_file, &file) == 0 && S_ISREG(file.st_mode) && file.st_size + size > m_maxFileSize) {
-        // One that cannot start anew goes on growing.
-        (void)RetryInterrupted([&] { return ftruncate(m_file, 0); });
-    }
-    std::string::size_type written = 0;
-    while (written < m_pending.size()) {
-        const ssize_t count = RetryInterrupted(
-            [&] { return write(m_file, m_pending.data() + written, m_pending.size() - written); });
-        if (count <= 0) {
-            break;
-        }
-        written += static_cast<std::string::size_type>(count);
-    }
-    m_pending.erase(0, written);
-    if (m_pending.size() > m_bufferSize) {
-        // A full disk must not fill the memory as well. What stays are whole lines from the oldest
-        // on, so that the rest of a line that was written in part is not lost.
-        const std::string::size_type fitting =
-            std::string_view(m_pending).substr(0, m_bufferSize).rfind('\n');
-        const std::string::size_type last =
-            fitting != std::string::npos ? fitting : m_pending.find('\n');
-        m_pending.erase(std::min(last, m_pending.size() - 1) + 1);
-    }
+    WritePending(StartAnewWhenFull());
+    LimitPending();
     if (m_syncAtFlush) {
         (void)fdatasync(m_file);
+    }
+}
+
+void LogStream::ForgetTextOfParent() {
+    const int process = getpid();
+    if (m_process != process) {
+        m_process = process;
+        m_pending.clear();
+    }
+}
+
+// Returns the file's size then, -1 where that cannot be told.
+long long LogStream::StartAnewWhenFull() {
+    const long long size = SizeOf(m_file);
+    const auto added = static_cast<long long>(m_pending.size());
+    // One that cannot start anew goes on growing.
+    if (size + added <= m_maxFileSize ||
+        RetryInterrupted([&] { return ftruncate(m_file, 0); }) != 0) {
+        return size;
+    }
+    m_isTorn = false;
+    return 0;
+}
+
+// The text goes to the kernel in one write. A part that gets through is continued only while no other
+// process has written after it; else it is taken back, and the line waits whole.
+void LogStream::WritePending(long long size) {
+    if (m_isTorn) {
+        if (Write(m_file, "\n") == 0) {
+            return;
+        }
+        size = SizeOf(m_file);
+    }
+    const std::string_view pending = m_pending;
+    std::size_t written = 0;
+    std::size_t count = 0;
+    const auto isEnd = [&] {
+        return size >= 0 && SizeOf(m_file) == size + static_cast<long long>(written);
+    };
+    do {
+        count = Write(m_file, pending.substr(written));
+        written += count;
+    } while (count > 0 && written < pending.size() && isEnd());
+    const std::size_t whole =
+        written == pending.size() ? written : pending.substr(0, written).rfind('\n') + 1;
+    const auto kept = static_cast<off_t>(size + static_cast<long long>(whole));
+    m_isTorn = written > whole && !(isEnd() && ftruncate(m_file, kept) == 0);
+    m_pending.erase(0, whole);
+}
+
+// A full disk must not fill the memory as well. What stays are whole lines from the oldest on.
+void LogStream::LimitPending() {
+    if (m_pending.size() <= m_bufferSize) {
+        return;
+    }
+    const std::string_view pending = m_pending;
+    const std::size_t fitting = pending.substr(0, m_bufferSize).rfind('\n');
+    const std::size_t last = fitting != std::string::npos ? fitting : pending.find('\n');
+    if (last != std::string::npos) {
+        m_pending.erase(last + 1);
+    } else {
+        // A line without an end, cut, so that it does not grow with each try.
+        m_pending.resize(std::max<std::size_t>(m_bufferSize, 1));
+        m_pending.back() = '\n';
     }
 }

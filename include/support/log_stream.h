@@ -2,13 +2,21 @@
 
 #include <cstdarg>
 #include <string>
+#include <type_traits>
 
 /// A log file that several threads' and processes' lines reach whole.
 ///
 /// TRACE collects text in memory; Flush hands it to the kernel in one write at the end of the file.
-/// Control characters in a message are written as \xNN, so that no text from outside can forge a
-/// line. An object is used by one thread at a time; any number of processes may log to one file.
+/// Control characters in a message, and marks that turn the direction of writing, are written as \xNN
+/// for each of their bytes, so that no text from outside can forge a line. An object is used by one
+/// thread at a time; any number of processes may log to one file. A thread that is cancelled meanwhile
+/// goes on until the call is over.
 class LogStream {
+    // A worse match for a number than a number's own type.
+    struct Number {
+        Number(int number);  // NOLINT(google-explicit-constructor)
+    };
+
   public:
     /// Opens the log.
     /// name          path of the file; a new one gets the mode 0640 less the umask
@@ -17,7 +25,8 @@ class LogStream {
     /// maxFileSize   in bytes: a file that would outgrow it starts anew, empty
     /// filesKept     how many files the log has: 1, since a full one starts anew
     /// bufferSize    in bytes: memory kept ready for lines, and the most that is kept for another
-    ///               try after a failed write, or else the oldest line; no limit for a line
+    ///               try after a failed write, or else the oldest line. No limit for a line, but
+    ///               one that has no end yet is cut to this size when it has to wait
     /// syncAtFlush   true makes each Flush wait until the text is on the disk
     /// Throws std::system_error, whose text names the path, when the file cannot be opened or is a
     /// pipe.
@@ -32,18 +41,34 @@ class LogStream {
     /// All levels are written. Throws a std::exception when the text cannot be made.
     __attribute__((format(printf, 3, 4))) void TRACE(unsigned char level, const char* format, ...);
 
-    /// The same with an argument list of the caller's, which is used up. The last argument is 0.
+    /// The same with an argument list of the caller's, which is used up. The last argument is 0. A
+    /// list that is a parameter of the caller's is another type on some processors (an array became
+    /// a pointer), and does not compile there: make a copy with va_copy.
     __attribute__((format(printf, 3, 0))) void TRACE(unsigned char level, const char* format,
                                                      va_list& arguments, unsigned char);
+    // Else such a list would count as one of the arguments of the first TRACE. Where a list is a
+    // pointer everywhere, nothing tells it from other pointers.
+    template <bool isPointer = std::is_pointer_v<va_list>, typename = std::enable_if_t<!isPointer>>
+    void TRACE(unsigned char, const char*, va_list, Number) = delete;
 
     /// Writes what was added. A write that fails is tried anew at the next Flush, and never
-    /// reported.
+    /// reported; of a line that was written in part, the part is taken back, or ended where the file
+    /// lets nothing be taken back. What a process added before it forked is written by itself alone,
+    /// not by its child.
     void Flush();
 
   private:
+    void ForgetTextOfParent();
+    long long StartAnewWhenFull();
+    void WritePending(long long size);
+    void LimitPending();
+
+    // Programs hold this class by value, so its size and the places of its members stay.
     int m_file;
-    long long m_maxFileSize;
+    alignas(long long) int m_maxFileSize;
+    int m_process;  // the one that added what is pending
     std::string::size_type m_bufferSize;
     bool m_syncAtFlush;
+    bool m_isTorn;          // the file may end in a part of the line that is pending
     std::string m_pending;  // added and not yet written
 };

@@ -1,12 +1,11 @@
 #pragma once
 
-#include <pthread.h>
-
 #include <cstdint>
 #include <exception>
 
 #include "src/foundation/database_syntax.h"
 #include "src/foundation/trace.h"
+#include "support/postponed_cancellation.h"
 #include "support/process_semaphore.h"
 #include "support/smart_buffer.h"
 
@@ -29,19 +28,6 @@ struct LocalBuffer {
     std::uint32_t m_capacity = sizeof(m_data);
 };
 
-/// Puts off the calling thread's cancellation: destructors call cancellation points (close(2)), and
-/// no exception may leave a destructor, not even the one that unwinds a cancelled thread.
-class PostponedCancellation {
-  public:
-    PostponedCancellation() { (void)pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_before); }
-    ~PostponedCancellation() { (void)pthread_setcancelstate(m_before, nullptr); }
-    PostponedCancellation(const PostponedCancellation&) = delete;
-    PostponedCancellation& operator=(const PostponedCancellation&) = delete;
-
-  private:
-    int m_before = PTHREAD_CANCEL_ENABLE;
-};
-
 class HeldLock {
   public:
     explicit HeldLock(Semaphore& semaphore) : m_semaphore(semaphore) {
@@ -52,7 +38,7 @@ class HeldLock {
     HeldLock& operator=(const HeldLock&) = delete;
 
   private:
-    const PostponedCancellation m_postponed;
+    const support::PostponedCancellation m_postponed;
     Semaphore& m_semaphore;
 };
 

@@ -5,11 +5,14 @@
 
 #include "include/raiklaik.h"
 #include "src/foundation/clock.h"
+#include "support/postponed_cancellation.h"
 
 namespace {
 
 constexpr unsigned char kPrefixLevel = 3;
 
+// Holds the mutex, and puts off the thread's cancellation meanwhile: the mutex of a cancelled thread
+// would never be free again where cancelling runs no destructors.
 class HeldMutex {
   public:
     explicit HeldMutex(ThreadMutex& mutex) : m_mutex(mutex) { m_mutex.Lock(); }
@@ -18,6 +21,7 @@ class HeldMutex {
     HeldMutex& operator=(const HeldMutex&) = delete;
 
   private:
+    const support::PostponedCancellation m_postponed;
     ThreadMutex& m_mutex;
 };
 

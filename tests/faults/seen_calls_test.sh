@@ -11,7 +11,7 @@ replacements=$(dirname "$0")
 # Memory, text, time and threads; the failures of memory are a test of their own. The one use of
 # syscall is the thread's number.
 harmless='free|bcmp|mem(chr|cmp|cpy|move|set)|str(chr|cmp|ftime|len|spn|tol)|v?snprintf|__v?snprintf_chk
-|is(alnum|digit|lower|upper)|__ctype_b_loc|getenv|geteuid|syscall|abort|(__)?clock_gettime(64)?
+|is(alnum|digit|lower|upper)|__ctype_b_loc|getenv|geteuid|getpid|syscall|abort|(__)?clock_gettime(64)?
 |localtime_r|__localtime64_r|tzset|pthread_(mutex_lock|mutex_unlock|setcancelstate)|__(mem|str).*_chk'
 # What compilers and sanitizers add.
 compiler='_GLOBAL_OFFSET_TABLE_|_Unwind_.*|__(cxa|gxx|errno|stack_chk|aeabi|asan|tsan|ubsan|sanitizer

@@ -1,3 +1,6 @@
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <memory>
@@ -6,6 +9,7 @@
 #include <thread>
 
 #include "include/raiklaik.h"
+#include "tests/fixture/cancelled_thread.h"
 #include "tests/fixture/child_process.h"
 #include "tests/fixture/device_fixture.h"
 #include "tests/fixture/failing_calls.h"
@@ -45,6 +49,62 @@ TEST_F(LoggerTest, ANewSecondGetsAFullPrefixHoweverCloseItIs) {
     const FixedClock clock(kNoon + 1, 0);
     log.TRACE(3, "after\n");
     EXPECT_EQ(LogText(), "12:00:00.999  before\n12:00:01.000  after\n");
+}
+
+TEST_F(LoggerTest, AMessageAMinuteAnHourOrADayLaterGetsAFullPrefix) {
+    CSIPTrunkLogger log(LogPath().c_str());
+    for (const std::time_t later : {0, 60, 3600, 86400}) {
+        const FixedClock clock(kNoon + later, 5);
+        log.TRACE(3, "line\n");
+    }
+    EXPECT_EQ(LogText(),
+              "12:00:00.005  line\n12:01:00.005  line\n13:00:00.005  line\n12:00:00.005  line\n");
+}
+
+TEST_F(LoggerTest, HoursCountTo23) {
+    CSIPTrunkLogger log(LogPath().c_str());
+    for (const std::time_t later : {7200, 43199, 43200}) {
+        const FixedClock clock(kNoon + later, 5);
+        log.TRACE(3, "line\n");
+    }
+    EXPECT_EQ(LogText(), "14:00:00.005  line\n23:59:59.005  line\n00:00:00.005  line\n");
+}
+
+TEST_F(LoggerTest, NoLineWaitsForTheDisk) {
+    const CallWatch data(Call::kFdatasync);
+    const CallWatch all(Call::kFsync);
+    CSIPTrunkLogger(LogPath().c_str()).TRACE(3, "line\n");
+    EXPECT_EQ(data.Count(), 0);
+    EXPECT_EQ(all.Count(), 0);
+}
+
+TEST_F(LoggerTest, TheLogGrowsTo2147483647BytesAndThenStartsAnew) {
+    constexpr off_t kLargest = 2147483647;
+    const std::string line = "09:05:31.000  line\n";
+    const FixedClock clock(kMoment, 0);
+    WriteFile(LogPath(), "");
+    const auto size = static_cast<off_t>(line.size());
+    for (const off_t before : {kLargest - size, kLargest - size + 1}) {
+        // Without content, which takes no room on the disk.
+        ASSERT_EQ(truncate(LogPath().c_str(), before), 0);
+        CSIPTrunkLogger(LogPath().c_str()).TRACE(3, "line\n");
+        struct stat status {};
+        ASSERT_EQ(stat(LogPath().c_str(), &status), 0);
+        EXPECT_EQ(status.st_size, before + size <= kLargest ? kLargest : size);
+    }
+    EXPECT_EQ(LogText(), line);
+}
+
+TEST_F(LoggerTest, ACancelledThreadMakesItsCallsToTheEnd) {
+    CSIPTrunkLogger shared(LogPath().c_str());
+    EXPECT_TRUE(EndsBeforeItsCancelledThread([&] {
+        const FixedClock clock(kMoment, 0);
+        shared.TRACE(3, "shared\n");
+        CSIPTrunkLogger(LogPath().c_str()).TRACE(3, "own\n");
+    }));
+    const FixedClock clock(kMoment, 1);
+    shared.TRACE(3, "after\n");
+    EXPECT_EQ(LogText(), "09:05:31.000  shared\n09:05:31.000  own\n        .001  after\n");
 }
 
 TEST_F(LoggerTest, AClockThatGoesBackGetsAFullPrefixToo) {

@@ -62,6 +62,7 @@ void TraceCancelled(std::function<void()> trace) {
             return 0;
         });
         (*static_cast<std::function<void()>*>(argument))();
+        pthread_testcancel();  // a line is written whole first
         return nullptr;
     };
     pthread_t thread{};

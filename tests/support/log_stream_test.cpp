@@ -11,8 +11,11 @@
 #include <sstream>
 #include <string>
 #include <system_error>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
+#include "tests/fixture/cancelled_thread.h"
 #include "tests/fixture/child_process.h"
 #include "tests/fixture/failing_calls.h"
 #include "tests/fixture/failure_text.h"
@@ -132,7 +135,8 @@ TEST_F(LogStreamTest, ControlCharactersAreEscapedSoThatNoTextForgesALine) {
         {"a\r\n", "a\\x0d\n"},
         {"\x1b[31m\t\x7f", "\\x1b[31m\\x09\\x7f"},
         {"\\x41 %s ~", "\\x41 %s ~"},
-        {"\xc3\xa4\xff\x80", "\xc3\xa4\xff\x80"},
+        {"Z\xc3\xbcrich \xff", "Z\xc3\xbcrich \xff"},
+        {"\x9b[2J \xc2\x9b \xe2\x80\xae", "\\x9b[2J \\xc2\\x9b \\xe2\\x80\\xae"},
     };
     for (const auto& c : cases) {
         Log log(m_path, {false, true});
@@ -148,7 +152,7 @@ TEST_F(LogStreamTest, EveryControlCharacterIsEscapedAndNoOther) {
     std::string expected;
     for (int code = 0; code < 256; ++code) {
         log.TRACE(3, "%c.", code);
-        const bool isControl = code < 32 || code == 127;
+        const bool isControl = code < 32 || (code >= 127 && code < 160);
         const char* const digits = "0123456789abcdef";
         expected += isControl ? std::string("\\x") + digits[code / 16] + digits[code % 16]
                               : std::string(1, static_cast<char>(code));
@@ -266,16 +270,140 @@ TEST_F(LogStreamTest, AWriteThatFailsIsTriedAnewWithTheNextLine) {
     EXPECT_EQ(Text(), "first\nsecond\nthird\n");
 }
 
-TEST_F(LogStreamTest, AWriteThatFailsHalfwayIsContinuedWithTheNextLine) {
+// Lets the log write the beginning of a text only.
+void WriteInPart(Log& log, std::size_t size, const std::string& text) {
+    const ShortTransfers most(size);
+    const FailingCall failing(Call::kWrite, ENOSPC, 2);
+    log.Write(text);
+}
+
+TEST_F(LogStreamTest, APartOfALineIsTakenBackAndTheLineWrittenWholeLater) {
+    Log log(m_path);
+    Log other(m_path);
+    log.Write("before\n");
+    WriteInPart(log, 4, "first\n");
+    EXPECT_EQ(Text(), "before\n");
+    other.Write("other\n");
+    log.Write("second\n");
+    EXPECT_EQ(Text(), "before\nother\nfirst\nsecond\n");
+}
+
+TEST_F(LogStreamTest, OfSeveralLinesThoseThatWereWrittenAreNotWrittenAgain) {
+    Log log(m_path);
+    WriteFile(m_path, "0\n");
+    log.TRACE(3, "1\n");
+    WriteInPart(log, 3, "23\n");
+    EXPECT_EQ(Text(), "0\n1\n");
+    log.Write("4\n");
+    EXPECT_EQ(Text(), "0\n1\n23\n4\n");
+}
+
+TEST_F(LogStreamTest, APartOfALineThatCannotBeTakenBackIsEnded) {
+    Log log(m_path);
+    {
+        const FailingCall stuck(Call::kFtruncate, EPERM);
+        WriteInPart(log, 4, "first\n");
+    }
+    EXPECT_EQ(Text(), "firs");
+    {
+        const FailingCall full(Call::kWrite, ENOSPC);
+        log.Write("second\n");
+        EXPECT_EQ(full.Count(), 1) << "nothing follows when the part could not be ended";
+    }
+    WriteInPart(log, 3, "third\n");
+    log.Write("fourth\n");
+    EXPECT_EQ(Text(), "firs\nfirst\nsecond\nthird\nfourth\n");
+}
+
+TEST_F(LogStreamTest, APartOfALineAfterWhichAnotherProgramWroteIsLeftAlone) {
     Log log(m_path);
     {
         const ShortTransfers most(4);
-        const FailingCall failing(Call::kWrite, ENOSPC, 2);
+        // The size is asked for before and after the write.
+        const CallWatch overtaken(Call::kFstat, [this](int number) {
+            if (number == 2) {
+                WriteFile(m_path, Text() + "other\n");
+            }
+            return 0;
+        });
         log.Write("first\n");
     }
-    EXPECT_EQ(Text(), "firs");
+    EXPECT_EQ(Text(), "firsother\n") << "nothing of it is taken";
     log.Write("second\n");
-    EXPECT_EQ(Text(), "first\nsecond\n");
+    EXPECT_EQ(Text(), "firsother\n\nfirst\nsecond\n");
+}
+
+TEST_F(LogStreamTest, AFileThatStartsAnewNeedsNoEndOfAPart) {
+    Settings settings;
+    settings.maxFileSize = 8;
+    Log log(m_path, settings);
+    {
+        const FailingCall stuck(Call::kFtruncate, EPERM);
+        WriteInPart(log, 4, "first\n");
+    }
+    log.Write("2\n");
+    EXPECT_EQ(Text(), "first\n2\n");
+}
+
+TEST_F(LogStreamTest, WhatAProcessAddedBeforeItForkedIsWrittenByItAlone) {
+    Log log(m_path);
+    {
+        const FailingCall full(Call::kWrite, ENOSPC);
+        log.Write("waits\n");
+    }
+    log.TRACE(3, "parent\n");
+    ChildProcess flushing([&] { log.Flush(); });
+    EXPECT_EQ(flushing.Wait(), 0);
+    EXPECT_EQ(Text(), "");
+    ChildProcess writing([&] { log.Write("child\n"); });
+    EXPECT_EQ(writing.Wait(), 0);
+    EXPECT_EQ(Text(), "child\n");
+    log.Flush();
+    EXPECT_EQ(Text(), "child\nwaits\nparent\n");
+}
+
+TEST_F(LogStreamTest, ALineWithoutAnEndIsCutWhenItHasToWait) {
+    Settings settings;
+    settings.bufferSize = 12;
+    Log log(m_path, settings);
+    {
+        const FailingCall failing(Call::kWrite, ENOSPC, 1, FailingCall::kAlways);
+        for (int i = 0; i < 100; ++i) {
+            log.Write("no end ");
+        }
+    }
+    log.Write("later\n");
+    EXPECT_EQ(Text(), "no end no e\nlater\n");
+    log.Write("no end, written at once");
+    log.Write("; the end\n");
+    EXPECT_EQ(Text(), "no end no e\nlater\nno end, written at once; the end\n");
+}
+
+TEST_F(LogStreamTest, ACancelledThreadEndsAfterTheCallThatItIsIn) {
+    EXPECT_TRUE(EndsBeforeItsCancelledThread([this] {
+        Settings settings;
+        settings.syncAtFlush = true;
+        Log log(m_path, settings);
+        log.Write("line\n");
+        log.TRACE(3, "last\n");
+    }));
+    EXPECT_EQ(Text(), "line\nlast\n");
+}
+
+template <typename List, typename = void>
+constexpr bool kTakesList = false;
+template <typename List>
+constexpr bool kTakesList<List, std::void_t<decltype(std::declval<LogStream&>().TRACE(
+                                    1, "x", std::declval<List>(), 0))>> = true;
+
+TEST_F(LogStreamTest, AListThatBecameAPointerAsAParameterDoesNotCompile) {
+    const auto isTaken = [](va_list list) {
+        (void)list;
+        return kTakesList<decltype((list))>;
+    };
+    va_list list{};
+    EXPECT_EQ(isTaken(list), !std::is_array_v<va_list>);
+    EXPECT_TRUE(kTakesList<decltype((list))>);
 }
 
 TEST_F(LogStreamTest, AFullDiskKeepsTheOldestWholeLinesThatTheBufferHolds) {
@@ -315,7 +443,7 @@ TEST_F(LogStreamTest, AFullDiskLosesNoRestOfALineThatWasWrittenInPart) {
         log.Write("1234567890\n");
         log.Write("lost\n");
     }
-    EXPECT_EQ(Text(), "123");
+    EXPECT_EQ(Text(), "");
     log.Write("later\n");
     EXPECT_EQ(Text(), "1234567890\nlater\n");
 }
