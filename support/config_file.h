@@ -45,7 +45,7 @@ class ConfigFile {
     bool SetEntry(const char* key, const char* value);
 
     /// Writes the whole file back to the path it was loaded from; on return it is on the disk
-    /// (ReplaceFile in support/durable_file.h). Neither argument is used. Throws std::system_error,
+    /// (ReplaceFile in support/durable_file.h). Neither argument is used. Throws std::runtime_error,
     /// and std::logic_error for a read-only file.
     void Save(bool, const char*);
 
