@@ -3,6 +3,7 @@
 #include <pthread.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <new>
 #include <stdexcept>
@@ -42,6 +43,43 @@ void ExpectBufferOf1024Bytes(Semaphore& lock) {
 TEST_F(AccessFrameTest, TheWorkGetsABufferOf1024BytesWithTheEmptyText) {
     ExpectBufferOf1024Bytes<LocalBuffer>(m_lock);
     ExpectBufferOf1024Bytes<SmartBuffer>(m_lock);
+}
+
+CSIPTrunkConfig* interrupted = nullptr;
+int failuresInHandler = 0;
+
+extern "C" void OperateInSignalHandler(int) {
+    failuresInHandler += interrupted->LoadAgentStatus() ? 0 : 1;
+}
+
+TEST_F(AccessFrameTest, AnOperationThatInterruptsOneOfTheSameObjectFailsInsteadOfWaitingForItself) {
+    CSIPTrunkConfig service(nullptr);
+    interrupted = &service;
+    failuresInHandler = 0;
+    struct sigaction handled {};
+    struct sigaction before {};
+    handled.sa_handler = OperateInSignalHandler;
+    ASSERT_EQ(sigaction(SIGUSR1, &handled, &before), 0);
+    WriteStartFile("START_SIPTRUNK=true\n");
+    {
+        const CallWatch syncing(Call::kFsync, [](int) { return raise(SIGUSR1); });
+        EXPECT_TRUE(service.SaveAgentStatus(true));
+        EXPECT_EQ(syncing.Count(), 2);
+    }
+    ASSERT_EQ(sigaction(SIGUSR1, &before, nullptr), 0);
+    EXPECT_EQ(failuresInHandler, 2);
+    EXPECT_FALSE(IsLockHeldHere());
+    EXPECT_TRUE(service.LoadAgentStatus());
+}
+
+TEST_F(AccessFrameTest, WhatALockRefusesIsAFailureLikeAnyOther) {
+    const bool result = RunLocked<LocalBuffer>(m_lock, &logger, true, [&](ValueBuffer) {
+        return RunLocked<LocalBuffer>(m_lock, &logger, false, [](ValueBuffer) { return true; });
+    });
+    EXPECT_FALSE(result);
+    EXPECT_EQ(NewLogText(), "ERROR: lock 43:/bin/ls: take (this thread holds it already): " +
+                                std::string(std::strerror(EDEADLK)) + " \n");
+    EXPECT_FALSE(IsLockHeldHere());
 }
 
 TEST_F(AccessFrameTest, TheBufferIsMadeBeforeTheLockIsTaken) {

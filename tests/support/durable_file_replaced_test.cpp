@@ -36,7 +36,9 @@ class ReplacedFileTest : public DurableFileTest {
 };
 
 TEST_F(ReplacedFileTest, AFileThatAnotherOneWasRenamedOverIsNotReplaced) {
+    const CallWatch creations(Call::kOpenat);
     EXPECT_EQ(FailureToSave(m_path, [&] { std::filesystem::rename(m_other, m_path); }), m_replaced);
+    EXPECT_EQ(creations.Count(), 0) << "a temporary file was made";
     EXPECT_EQ(ReadFile(m_path), "somebody's");
     EXPECT_EQ(EntriesOf(m_folder.Path()), m_fileAlone);
 }

@@ -150,6 +150,20 @@ TEST_F(DurableFileTest, RootFollowsNoLinkOfAnotherUser) {
     EXPECT_EQ(EntriesOf(m_folder.Path()), (std::vector<std::string>{"rc.conf", "target"}));
 }
 
+TEST_F(DurableFileTest, AnOrdinaryUserFollowsTheLinksOfAnybody) {
+    std::filesystem::create_symlink("target", m_path);
+    if (geteuid() == 0) {
+        ASSERT_EQ(lchown(m_path.c_str(), 12345, 23456), 0);
+    }
+    ASSERT_EQ(chmod(m_folder.Path().c_str(), 0777), 0);
+    EXPECT_EQ(RunAsOrdinaryUser([&] {
+                  WriteFile(m_folder.File("target"), "old");
+                  EXPECT_EQ(FailureToReplace(), "no failure");
+              }),
+              0);
+    EXPECT_EQ(ReadFile(m_folder.File("target")), "new");
+}
+
 TEST_F(DurableFileTest, NoFileGetsTheNumberOfAClosedStream) {
     WriteFile(m_path, "old");
     const auto replace = [&] {

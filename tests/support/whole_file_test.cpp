@@ -187,6 +187,18 @@ TEST_F(WholeFileTest, AnOrdinaryUserFollowsTheLinksOfAnybody) {
     EXPECT_EQ(RunAsOrdinaryUser([&] { EXPECT_EQ(Read(), "text"); }), 0);
 }
 
+TEST_F(WholeFileTest, ForAnOrdinaryUserTheKernelFollowsLinksAlsoToWhatHasNoNameAnyMore) {
+    ASSERT_EQ(chmod(m_folder.Path().c_str(), 0777), 0);
+    EXPECT_EQ(RunAsOrdinaryUser([&] {
+                  WriteFile(m_path, "text");
+                  const FileDescriptor file(open(m_path.c_str(), O_RDONLY | O_CLOEXEC));
+                  EXPECT_EQ(unlink(m_path.c_str()), 0);
+                  const std::string link = "/proc/self/fd/" + std::to_string(file.Number());
+                  EXPECT_EQ(ReadWholeFile(link.c_str(), false).View(), "text");
+              }),
+              0);
+}
+
 TEST_F(WholeFileTest, ALinkThatIsPutThereWhileTheLinksAreFollowedIsNotFollowed) {
     if (geteuid() != 0) {
         GTEST_SKIP() << "the kernel follows for everybody else";
