@@ -2,10 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstring>
 #include <string_view>
-
-#include "support/short_text.h"
 
 // One "key=value" line, as both kinds of files hold it. A blank is a space or a tab.
 
@@ -29,19 +26,6 @@ inline std::string_view WithoutTrailingBlanks(std::string_view text) {
     return text.substr(0, end);
 }
 
-/// Letters, digits and the underline, all ASCII: what the keys of the device consist of.
-constexpr const char* kWordBytes =
-    "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_";
-
-inline bool IsWordByte(char byte) {
-    return byte != '\0' && std::strchr(kWordBytes, byte) != nullptr;
-}
-
-/// Whether a key consists of such bytes alone. Of a literal, the compiler knows the answer.
-inline bool IsWord(const char* key) {
-    return *key != '\0' && std::strspn(key, kWordBytes) == std::strlen(key);
-}
-
 /// Copies `value` into `buffer`, cut to `size` - 1 bytes, with a NUL behind it. A `size` of 0
 /// copies nothing. Returns the length of the copy.
 inline unsigned int CopyValue(std::string_view value, char* buffer, unsigned int size) {
@@ -49,7 +33,7 @@ inline unsigned int CopyValue(std::string_view value, char* buffer, unsigned int
         return 0;
     }
     const auto length = static_cast<unsigned int>(std::min<std::size_t>(value.size(), size - 1));
-    CopyText(value.substr(0, length), buffer);
+    value.copy(buffer, length);
     buffer[length] = '\0';
     return length;
 }

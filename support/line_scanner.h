@@ -4,11 +4,6 @@
 #include <cstring>
 #include <string_view>
 
-/// Returns where the line begins that holds the byte at `position`, at most the text's size.
-inline std::size_t LineBegin(std::string_view text, std::size_t position) {
-    return std::string_view(text.data(), position).rfind('\n') + 1;
-}
-
 /// Walks over the lines of a text. The text belongs to the caller and outlives the scanner.
 class LineScanner {
   public:

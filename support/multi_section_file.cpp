@@ -2,20 +2,10 @@
 
 #include <stdexcept>
 
-#include "support/line_scanner.h"
-#include "support/plain_entries.h"
-
 namespace Configuration {
 
-namespace {
-
-// The offset of the closing line, the last one of a section.
-std::size_t CloserOf(std::string_view section) {
-    const std::size_t lineFeed = section.rfind('\n', section.size() - 2);
-    return lineFeed + 1;
-}
-
-}  // namespace
+using support::Entry;
+using support::Section;
 
 MultiSectionFile::MultiSectionFile(const char* path, bool createIfMissing, bool readOnly, bool,
                                    const char* keyword, const char* opener, const char* closer,
@@ -24,228 +14,178 @@ MultiSectionFile::MultiSectionFile(const char* path, bool createIfMissing, bool 
       m_readOnly(readOnly),
       m_grammar(keyword, opener, closer, separator, commentMark),
       m_text(ReadWholeFile(path, createIfMissing)),
-      m_entriesArePlain(m_grammar.Check(m_path, m_text.View(), m_ends)) {}
+      m_sections(FindSections(m_path, m_text.View(), m_grammar)) {}
 
 MultiSectionFile::~MultiSectionFile() = default;
 
 void MultiSectionFile::Restart() {
-    LeaveSection();
-    FoldChanges();
+    m_hasCurrent = false;
     m_next = 0;
-    m_nextEnd = 0;
-}
-
-// Returns where the line of the next opener begins and, in `end`, where it ends; the end of the
-// text for both when no section follows.
-std::size_t MultiSectionFile::FindOpener(std::size_t position, std::size_t& end) const {
-    for (end = position; position < m_text.size; position = end) {
-        if (m_grammar.KindAt(m_text.View(), position, end) == SectionGrammar::LineKind::kOpener) {
-            break;
-        }
-    }
-    return position;
-}
-
-// Returns where the section that holds `position` ends: behind the line of its closer.
-std::size_t MultiSectionFile::FindSectionEnd(std::size_t position) const {
-    const std::string_view text = m_text.View();
-    std::size_t end = position;
-    do {
-        const std::size_t closer = text.find(m_grammar.Closer(), end);
-        if (closer == std::string_view::npos) {
-            return text.size();
-        }
-        position = LineBegin(text, closer);
-    } while (m_grammar.KindAt(m_text.View(), position, end) != SectionGrammar::LineKind::kCloser);
-    return end;
 }
 
 bool MultiSectionFile::GotoNextSection() {
-    LeaveSection();
-    m_begin = FindOpener(m_next, m_end);
-    m_hasSection = m_begin < m_end;
-    m_end = m_nextEnd < m_ends.count ? m_next + m_ends.lengths[m_nextEnd++] : FindSectionEnd(m_end);
-    m_next = m_end;
-    return m_hasSection;
+    m_hasCurrent = false;
+    while (!m_hasCurrent && m_next < m_sections.size()) {
+        const std::string_view section = TextOf(m_sections[m_next++]);
+        if (!section.empty()) {
+            m_entries.Take(section);
+            m_hasCurrent = true;
+        }
+    }
+    return m_hasCurrent;
+}
+
+void MultiSectionFile::ThrowNoCurrent() const {
+    throw std::logic_error(m_path + ": no section is current");
+}
+
+void MultiSectionFile::CheckWritable() const {
+    if (m_readOnly) {
+        throw std::logic_error(m_path + ": change of a file opened read-only");
+    }
 }
 
 void MultiSectionFile::RestartSection() const { CheckCurrent(); }
 
-std::string_view MultiSectionFile::SectionText() const {
+unsigned int MultiSectionFile::GetSectionEntry(const char* key, char* buffer,
+                                               unsigned int size) const {
     CheckCurrent();
-    return m_sectionChanged ? std::string_view(m_section)
-                            : m_text.View().substr(m_begin, m_end - m_begin);
-}
-
-std::string& MultiSectionFile::ChangeableSection() {
-    if (!m_sectionChanged) {
-        const std::string_view section = SectionText();
-        m_section.reserve(2 * section.size());  // values and entries that are added find room
-        m_section = section;
-        m_sectionChanged = true;
+    const Entry* const entry = m_entries.Find(key);
+    if (entry == nullptr) {
+        (void)CopyValue("", buffer, size);
+        return 0;
     }
-    return m_section;
+    return CopyValue(entry->value, buffer, size) + 1;
 }
 
-// Finds the first entry with the key from the line that begins at `position` on.
-bool MultiSectionFile::FindEntry(std::string_view key, std::size_t position,
-                                 EntryPlace& place) const {
-    for (LineScanner lines(SectionText(), position); lines.Next();) {
-        const std::string_view line = WithoutLeadingBlanks(lines.Line());
-        if (line.substr(0, key.size()) != key) {
-            continue;
-        }
-        const std::string_view rest = WithoutLeadingBlanks(line.substr(key.size()));
-        if (rest.empty() || rest.front() != m_grammar.Separator() ||
-            KeyFault(key, m_grammar.Separator(), m_grammar.CommentMark()) != nullptr) {
-            continue;
-        }
-        place.begin = lines.Begin();
-        place.end = lines.End();
-        place.valueEnd = place.begin + lines.Line().size();
-        place.value = place.valueEnd - rest.size() + 1;
-        return true;
+// Returns the current section's text, to be changed; kLineFeedsAfterText line feeds follow it in the string.
+// After the change m_entries takes the section again.
+std::string& MultiSectionFile::ChangeableText() {
+    Section& section = m_sections[m_next - 1];
+    if (!IsEdited(section)) {
+        const std::string_view text = TextOf(section);
+        std::string padded;
+        padded.reserve(2 * text.size() +
+                       kLineFeedsAfterText);  // values and entries to come find room
+        padded.append(text).append(kLineFeedsAfterText, '\n');
+        m_edits.push_back({section, std::move(padded)});
+        section = {m_edits.size() - 1, 0};
+        m_entries.Take(CurrentText());
     }
-    return false;
+    return m_edits[section.begin].padded;
 }
 
-// Returns the value of the first entry with the key; a view of nothing at all (null) without one.
-std::string_view MultiSectionFile::FindValue(std::string_view key, bool isWord) const {
+void MultiSectionFile::CheckEntry(const char* key, const char* value) const {
+    CheckWritable();
     CheckCurrent();
-    if (isWord && m_entriesArePlain && !m_sectionChanged) {
-        const char* text = m_text.bytes.get();
-        return FindPlainEntry({text + m_begin, m_end - m_begin}, text + m_text.size, key,
-                              m_grammar.Separator());
-    }
-    EntryPlace place{};
-    return FindEntry(key, 0, place)
-               ? SectionText().substr(place.value, place.valueEnd - place.value)
-               : std::string_view();
-}
-
-unsigned int MultiSectionFile::ReadEntry(std::string_view key, bool isWord, char* buffer,
-                                         unsigned int size) const {
-    const std::string_view value = FindValue(key, isWord);
-    const unsigned int length = CopyValue(value, buffer, size);
-    return value.data() == nullptr ? 0 : length + 1;
+    CheckStorable(m_path, key, value, m_grammar.Separator(), m_grammar.CommentMark());
 }
 
 bool MultiSectionFile::SetSectionEntry(const char* key, const char* value) {
-    CheckChangeable();
-    CheckStorable(m_path, key, value, m_grammar.Separator(), m_grammar.CommentMark());
-    EntryPlace place{};
-    if (FindEntry(key, 0, place)) {
-        ChangeableSection().replace(place.value, place.valueEnd - place.value, value);
-    } else {
-        InsertEntry(key, value);
+    CheckEntry(key, value);
+    const Entry* const found = m_entries.Find(key);
+    if (found == nullptr) {
+        AddSectionEntry(key, value);
+        return true;
     }
+    const std::size_t size = found->value.size();
+    const auto place = static_cast<std::size_t>(found->value.data() - CurrentText().data());
+    ChangeableText().replace(place, size, value);
+    m_entries.Take(CurrentText());
     return true;
 }
 
-void MultiSectionFile::AddSection(bool first) {
-    if (m_readOnly) {
-        throw std::logic_error(m_path + ": change of a file opened read-only");
-    }
-    LeaveSection();
-    FoldChanges();  // so that the text's last line is the one that stands there now
-    m_next = first ? FindOpener(0, m_end) : m_text.size;
-    m_nextEnd = m_ends.count;  // which are counted from the begin of the text on
-    if (m_next == m_text.size && m_next > 0 && m_text.View().back() != '\n') {
-        m_changes.push_back({m_next, m_next, "\n"});
-    }
-    m_section = m_grammar.EmptySection();
-    m_begin = m_end = m_next;
-    m_hasSection = m_sectionChanged = true;
-}
-
 void MultiSectionFile::AddSectionEntry(const char* key, const char* value) {
-    CheckChangeable();
-    CheckStorable(m_path, key, value, m_grammar.Separator(), m_grammar.CommentMark());
-    InsertEntry(key, value);
-}
-
-void MultiSectionFile::InsertEntry(const char* key, const char* value) {
-    std::string& section = ChangeableSection();
-    const std::size_t place = CloserOf(section);
-    section.insert(place, "\n").insert(place, value);
-    section.insert(place, 1, m_grammar.Separator()).insert(place, key);
-}
-
-void MultiSectionFile::DeleteSection() {
-    CheckChangeable();
-    m_section.clear();
-    m_sectionChanged = true;
-    LeaveSection();
+    CheckEntry(key, value);
+    std::string line(key);
+    line.append(1, m_grammar.Separator()).append(value).append(1, '\n');
+    const std::string_view section = CurrentText();
+    const std::size_t closer = section.rfind('\n', section.size() - 2) + 1;
+    ChangeableText().insert(closer, line);
+    m_entries.Take(CurrentText());
 }
 
 void MultiSectionFile::DeleteSectionEntry(const char* key) {
-    CheckChangeable();
-    const std::string_view section = SectionText();
-    std::string kept;
-    std::size_t position = 0;
-    for (EntryPlace place{}; FindEntry(key, position, place); position = place.end) {
-        kept.append(section.substr(position, place.begin - position));
-    }
-    kept.append(section.substr(position));
-    m_section = std::move(kept);
-    m_sectionChanged = true;
-}
-
-void MultiSectionFile::CheckCurrent() const {
-    if (!m_hasSection) {
-        throw std::logic_error(m_path + ": no section is current");
-    }
-}
-
-void MultiSectionFile::CheckChangeable() const {
-    if (m_readOnly) {
-        throw std::logic_error(m_path + ": change of a file opened read-only");
-    }
+    CheckWritable();
     CheckCurrent();
+    const std::string_view section = CurrentText();
+    const char* const end = section.data() + section.size();
+    const char* rest = section.data();  // what `kept` does not hold yet
+    std::string kept;
+    Entry entry;
+    const char* line = rest;
+    while ((line = m_grammar.NextEntry(line, end, entry)) != nullptr) {
+        if (entry.key == key) {
+            const char* begin = entry.key.data();
+            while (IsBlank(begin[-1])) {
+                --begin;
+            }
+            kept.append(rest, begin);
+            rest = line;
+        }
+    }
+    kept.append(rest, end).append(kLineFeedsAfterText, '\n');
+    ChangeableText() = std::move(kept);
+    m_entries.Take(CurrentText());
 }
 
-void MultiSectionFile::KeepSection() {
-    m_changes.push_back({m_begin, m_end, std::move(m_section)});
-    m_section.clear();
+void MultiSectionFile::DeleteSection() {
+    CheckWritable();
+    CheckCurrent();
+    ChangeableText().assign(kLineFeedsAfterText, '\n');
+    m_hasCurrent = false;
 }
 
-// Makes the changes part of m_text, so that the walk can go back over them.
-void MultiSectionFile::FoldChanges() {
-    if (m_changes.empty()) {
-        return;
+// Gives the last line a line feed, should it have none.
+void MultiSectionFile::EndLastLine() {
+    const bool endsWithSection =
+        !m_sections.empty() && StretchOf(m_sections.back()).end == m_text.size;
+    if (endsWithSection && IsEdited(m_sections.back())) {
+        Edit& edit = m_edits[m_sections.back().begin];
+        if (!edit.Text().empty() && edit.Text().back() != '\n') {
+            edit.padded.push_back('\n');
+        }
+    } else if (m_text.size > 0 && m_text.View().back() != '\n') {
+        ++m_text.size;  // takes in the first line feed of the padding
+        if (endsWithSection) {
+            m_sections.back().end = m_text.size;
+        }
     }
-    const TextPieces pieces = Pieces();
-    std::size_t size = 0;
-    for (const std::string_view piece : pieces) {
-        size += piece.size();
-    }
-    FileText folded = MakeText(size);
-    std::size_t filled = 0;
-    for (const std::string_view piece : pieces) {
-        piece.copy(folded.bytes.get() + filled, piece.size());
-        filled += piece.size();
-    }
-    folded.identity = std::move(m_text.identity);
-    m_text = std::move(folded);
-    m_changes.clear();
-    m_ends.count = 0;
 }
 
-// The file's text as it stands: the unchanged stretches and, between them, the changes.
+void MultiSectionFile::AddSection(bool first) {
+    CheckWritable();
+    m_hasCurrent = false;
+    auto next = first ? m_sections.begin() : m_sections.end();
+    while (next != m_sections.end() && TextOf(*next).empty()) {
+        ++next;  // was removed
+    }
+    if (next == m_sections.end()) {
+        EndLastLine();
+    }
+    const std::size_t place = next == m_sections.end() ? m_text.size : StretchOf(*next).begin;
+    std::string padded(m_grammar.OpenerLine());
+    padded.append({m_grammar.Closer(), '\n'}).append(kLineFeedsAfterText, '\n');
+    m_edits.push_back({{place, place}, std::move(padded)});
+    const auto added = m_sections.insert(next, {m_edits.size() - 1, 0});
+    m_next = static_cast<std::size_t>(added - m_sections.begin()) + 1;
+    m_hasCurrent = true;
+    m_entries.Take(CurrentText());
+}
+
+// The file's text as it stands: the unchanged stretches and, between them, the edits.
 TextPieces MultiSectionFile::Pieces() const {
     const std::string_view text = m_text.View();
     TextPieces pieces;
-    pieces.reserve(2 * m_changes.size() + 3);
+    pieces.reserve(2 * m_edits.size() + 1);
     std::size_t written = 0;
-    for (const Change& change : m_changes) {
-        pieces.push_back(text.substr(written, change.begin - written));
-        pieces.push_back(change.text);
-        written = change.end;
-    }
-    if (m_sectionChanged) {
-        pieces.push_back(text.substr(written, m_begin - written));
-        pieces.push_back(m_section);
-        written = m_end;
+    for (const Section& section : m_sections) {
+        if (IsEdited(section)) {
+            const Edit& edit = m_edits[section.begin];
+            pieces.push_back(text.substr(written, edit.stretch.begin - written));
+            pieces.push_back(edit.Text());
+            written = edit.stretch.end;
+        }
     }
     pieces.push_back(text.substr(written));
     return pieces;

@@ -7,7 +7,7 @@
 
 #include "support/durable_file.h"
 #include "support/entry.h"
-#include "support/section_grammar.h"
+#include "support/section_text.h"
 #include "support/whole_file.h"
 
 namespace Configuration {
@@ -60,10 +60,7 @@ class MultiSectionFile {
     ///         the key is absent
     /// size    the buffer's size in bytes
     /// Returns 0 when the key is absent, otherwise the length of the text in the buffer and its NUL.
-    unsigned int GetSectionEntry(const char* key, char* buffer, unsigned int size) const {
-        // Inline, so that the compiler knows a literal key.
-        return ReadEntry(key, IsWord(key), buffer, size);  // GCOVR_EXCL_BR_LINE: unwinding
-    }
+    unsigned int GetSectionEntry(const char* key, char* buffer, unsigned int size) const;
     /// Sets an entry of the current section: the first with this key, or a new one behind the last.
     /// Returns true. Throws std::invalid_argument, before anything changes, when the file could not
     /// give the entry back (CheckStorable in support/entry.h).
@@ -86,59 +83,50 @@ class MultiSectionFile {
     void Save(bool, const char*);
 
   private:
-    // A stretch of m_text and what stands there instead.
-    struct Change {
-        std::size_t begin;
-        std::size_t end;
-        std::string text;
-    };
+    // A section's text instead of its stretch of m_text, which is empty for one that was added.
+    struct Edit {
+        support::Section stretch;
+        std::string
+            padded;  // the text, empty for one that was removed, and kLineFeedsAfterText line feeds
 
-    // An entry's line, as offsets in the text of the current section.
-    struct EntryPlace {
-        std::size_t begin;
-        std::size_t value;
-        std::size_t valueEnd;
-        std::size_t end;
-    };
-
-    std::size_t FindOpener(std::size_t position, std::size_t& end) const;
-    std::size_t FindSectionEnd(std::size_t position) const;
-    std::string_view SectionText() const;
-    std::string& ChangeableSection();
-    bool FindEntry(std::string_view key, std::size_t position, EntryPlace& place) const;
-    std::string_view FindValue(std::string_view key, bool isWord) const;
-    unsigned int ReadEntry(std::string_view key, bool isWord, char* buffer,
-                           unsigned int size) const;
-    void InsertEntry(const char* key, const char* value);
-    void CheckCurrent() const;
-    void CheckChangeable() const;
-    void LeaveSection() {
-        if (m_sectionChanged) {
-            KeepSection();
+        std::string_view Text() const {
+            return {padded.data(), padded.size() - kLineFeedsAfterText};
         }
-        m_hasSection = m_sectionChanged = false;
+    };
+
+    // An edited section has no end in m_sections, and begins with the number of its edit.
+    static bool IsEdited(const support::Section& section) { return section.end == 0; }
+    std::string_view TextOf(const support::Section& section) const {
+        return IsEdited(section) ? m_edits[section.begin].Text()
+                                 : std::string_view(m_text.bytes.get() + section.begin,
+                                                    section.end - section.begin);
     }
-    void KeepSection();
-    void FoldChanges();
+    const support::Section& StretchOf(const support::Section& section) const {
+        return IsEdited(section) ? m_edits[section.begin].stretch : section;
+    }
+    void CheckCurrent() const {
+        if (!m_hasCurrent) {
+            ThrowNoCurrent();
+        }
+    }
+    [[noreturn]] void ThrowNoCurrent() const;
+    void CheckWritable() const;
+    void CheckEntry(const char* key, const char* value) const;
+    std::string_view CurrentText() const { return TextOf(m_sections[m_next - 1]); }
+    std::string& ChangeableText();
+    void EndLastLine();
     TextPieces Pieces() const;
 
     std::string m_path;
     bool m_readOnly;
-    SectionGrammar m_grammar;
+    support::SectionGrammar m_grammar;
+    FileText m_text;  // as loaded
+    std::vector<support::Section> m_sections;
+    std::vector<Edit> m_edits;
 
-    SectionEnds m_ends;         // of m_text
-    std::size_t m_nextEnd = 0;  // that of the section that follows, among them
-
-    FileText m_text;                // as loaded, or as last folded
-    bool m_entriesArePlain;         // whether FindPlainEntry sees every entry of m_text with a word
-    std::vector<Change> m_changes;  // of sections that the walk has left, in the order of m_text
-    std::size_t m_next = 0;         // where the search for the next section begins
-
-    bool m_hasSection = false;      // whether a section is current
-    std::size_t m_begin = 0;        // the current section's stretch of m_text;
-    std::size_t m_end = 0;          //   an empty one for a section that was added
-    bool m_sectionChanged = false;  // whether m_section holds its text instead
-    std::string m_section;
+    std::size_t m_next = 0;                                // the section that the walk goes to
+    bool m_hasCurrent = false;                             // whether the one before it is current
+    mutable support::SectionEntries m_entries{m_grammar};  // of the current section
 };
 
 }  // namespace Configuration

@@ -5,7 +5,7 @@
 
 #include "src/foundation/access_frame.h"
 #include "support/multi_section_file.h"
-#include "support/short_text.h"
+#include "support/word_step.h"
 
 /// How an operation opens the database; the only place where the flags of the file are spelled.
 enum class OpenMode {
@@ -47,7 +47,7 @@ class TrunkDatabase {
     }
     /// Reads a value: is the key there with exactly this text?
     bool Is(const char* key, std::string_view text) {
-        return Read(key) && IsSameText(Text(), text);
+        return Read(key) && support::IsSame(Text(), text);
     }
 
     /// Sets the entry with this key, or adds it behind the last. Returns true.

@@ -167,8 +167,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string text = input.Text();
     WriteFile(path, text);
     const std::optional<ReferenceFile> parsed = ReferenceFile::Parse(text);
-    std::vector<std::string> values;
-    const std::string fault = PlainParser().Parse(text, values);
+    std::vector<PlainSection> sections;
+    const std::string fault = PlainParser().Parse(text, sections);
     Require(parsed.has_value() == fault.empty());
     if (!parsed) {
         RefuseToo(path, fault);

@@ -16,18 +16,6 @@ TEST(EntryTest, BlanksAreSpacesAndTabs) {
     }
 }
 
-TEST(EntryTest, AWordHasLettersDigitsAndUnderlinesOnly) {
-    for (int code = 0; code < 256; ++code) {
-        const char byte = static_cast<char>(code);
-        const bool isWord = (code >= 'a' && code <= 'z') || (code >= 'A' && code <= 'Z') ||
-                            (code >= '0' && code <= '9') || code == '_';
-        EXPECT_EQ(IsWordByte(byte), isWord) << code;
-        EXPECT_EQ(IsWord(std::string(1, byte).c_str()), isWord) << code;
-        EXPECT_EQ(IsWord((std::string("a") + byte).c_str()), isWord || code == 0) << code;
-        EXPECT_EQ(IsWord((byte + std::string("a")).c_str()), isWord) << code;
-    }
-}
-
 TEST(EntryTest, BlanksAreTakenFromOneEndOnly) {
     struct Case {
         std::string_view text, withoutLeading, withoutTrailing;

@@ -8,32 +8,13 @@
 
 #include "support/multi_section_file.h"
 #include "tests/fixture/temp_folder.h"
+#include "tests/support/plain_parser.h"
 #include "tests/support/section_file.h"
 
 // Random edits of a MultiSectionFile and, beside it, of a plain list of lines: the same text after
 // each save, the same values after each edit.
 
 namespace {
-
-std::string Trim(const std::string& text) {
-    const std::size_t begin = text.find_first_not_of(" \t");
-    return begin == std::string::npos
-               ? ""
-               : text.substr(begin, text.find_last_not_of(" \t") + 1 - begin);
-}
-
-bool IsOpener(const std::string& line) {
-    const std::string text = Trim(line);
-    return !text.empty() && text.back() == '{' &&
-           Trim(text.substr(0, text.size() - 1)) == "section";
-}
-
-bool IsCloser(const std::string& line) { return Trim(line) == "}"; }
-
-bool IsEntry(const std::string& line, const std::string& key) {
-    return Trim(line)[0] != '#' && line.find('=') != std::string::npos &&
-           Trim(line.substr(0, line.find('='))) == key;
-}
 
 class LineModel {
   public:
@@ -78,9 +59,7 @@ class LineModel {
 
     std::optional<std::string> Value(const std::string& key) const {
         const std::size_t line = Find(key);
-        return line == Closer()
-                   ? std::nullopt
-                   : std::optional<std::string>(m_lines[line].substr(m_lines[line].find('=') + 1));
+        return line == Closer() ? std::nullopt : std::optional<std::string>(ValueOf(m_lines[line]));
     }
 
     void Set(const std::string& key, const std::string& value) {
@@ -138,7 +117,7 @@ class LineModel {
     // The first entry with the key, the closer when there is none.
     std::size_t Find(const std::string& key) const {
         std::size_t line = *m_opener;
-        while (!IsCloser(m_lines[line]) && !IsEntry(m_lines[line], key)) {
+        while (!IsCloser(m_lines[line]) && KeyOf(m_lines[line]) != key) {
             ++line;
         }
         return line;

@@ -5,14 +5,15 @@
 #include "src/foundation/database_syntax.h"
 #include "src/foundation/key_table.h"
 #include "support/entry.h"
-#include "support/section_grammar.h"
+#include "support/line_scanner.h"
+#include "support/section_text.h"
 #include "support/whole_file.h"
 #include "tools/siptrunkctl/file/input.h"
 #include "tools/siptrunkctl/view/failure.h"
 
 namespace {
 
-using Configuration::SectionGrammar;
+using support::LineKind;
 namespace syntax = raiklaik::syntax;
 
 DatabaseEntry EntryOf(std::string_view line, std::size_t number) {
@@ -48,31 +49,29 @@ bool IsSwitches(const DatabaseSection& section) {
 }
 
 Database ScanDatabase(std::string_view text) {
-    const SectionGrammar grammar(syntax::kSection, syntax::kOpener, syntax::kCloser,
-                                 syntax::kSeparator, syntax::kComment);
+    const support::SectionGrammar grammar(syntax::kSection, syntax::kOpener, syntax::kCloser,
+                                          syntax::kSeparator, syntax::kComment);
     Database database;
     bool inSection = false;
     std::size_t number = 0;
-    std::size_t end = 0;
-    for (std::size_t begin = 0; begin < text.size(); begin = end) {
-        const SectionGrammar::LineKind kind = grammar.KindAt(text, begin, end);
-        std::string_view line = text.substr(begin, end - begin);
+    for (LineScanner lines(text); lines.Next();) {
+        const std::string_view line = lines.Line();
+        const LineKind kind = grammar.KindOf(line);
         const bool hasNul = line.find('\0') != std::string_view::npos;
-        const char* fault = hasNul ? "NUL byte" : SectionGrammar::FaultOf(kind, inSection);
+        const char* fault = hasNul ? "NUL byte" : support::FaultOf(kind, inSection);
         ++number;
         if (fault != nullptr) {
             database.problems.push_back({number, fault});
         }
-        if (kind == SectionGrammar::LineKind::kOpener) {
+        if (kind == LineKind::kOpener) {
             inSection = true;
-            database.sections.push_back({number, {}, begin, end});
-        } else if (kind == SectionGrammar::LineKind::kCloser) {
+            database.sections.push_back({number, {}, lines.Begin(), lines.End()});
+        } else if (kind == LineKind::kCloser) {
             if (inSection) {
-                database.sections.back().end = end;
+                database.sections.back().end = lines.End();
             }
             inSection = false;
-        } else if (kind == SectionGrammar::LineKind::kEntry && fault == nullptr) {
-            line.remove_suffix(line.back() == '\n' ? 1 : 0);
+        } else if (kind == LineKind::kEntry && fault == nullptr) {
             database.sections.back().entries.push_back(EntryOf(line, number));
         }
     }

@@ -1,0 +1,159 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "support/word_step.h"
+
+// The text of a sectioned file. kLineFeedsAfterText line feeds follow every text and section that is read
+// here (support/whole_file.h), so that no search has to look where the text ends.
+
+namespace support {
+
+/// What a line is, by its look alone.
+enum class LineKind {
+    kBlank,
+    kComment,
+    kOpener,
+    kCloser,
+    kEntry,
+    kEntryWithoutKey,
+    kReturn,
+    kOther
+};
+
+/// Tells why a line of this kind may not stand inside or outside of a section, null when it may.
+const char* FaultOf(LineKind kind, bool inSection);
+
+/// An entry's line, cut.
+struct Entry {
+    std::string_view key;
+    std::string_view value;
+};
+
+inline std::string_view Between(const char* begin, const char* end) {
+    return {begin, static_cast<std::size_t>(end - begin)};
+}
+
+/// The keyword and the marks, and what lines look like with them. An object never changes.
+class SectionGrammar {
+  public:
+    /// keyword  the word that opens a section
+    /// opener, closer, separator, commentMark
+    ///          the marks, one character each; what follows it in the argument is not looked at
+    SectionGrammar(const char* keyword, const char* opener, const char* closer,
+                   const char* separator, const char* commentMark);
+
+    /// Tells the kind of a line, given without its line end. It holds no NUL byte.
+    LineKind KindOf(std::string_view line) const;
+
+    /// Returns where the key of a section's line ends that is an entry as programs write it, without
+    /// blanks and marks in its key: at the separator. Null for a line of another look.
+    const char* WrittenKeyEnd(const char* line) const {
+        const char* const end = m_keyLimit.First(line);
+        return *end == m_separator && end[-1] != '\n' ? end : nullptr;
+    }
+
+    /// Cuts the next entry of a well-formed section.
+    /// line  the begin of a line of the section
+    /// end   where the section ends
+    /// Returns the begin of the line after the entry; null when there is no entry.
+    const char* NextEntry(const char* line, const char* end, Entry& entry) const {
+        const char* const keyEnd = WrittenKeyEnd(line);
+        if (keyEnd == nullptr) {
+            return NextOtherEntry(line, end, entry);
+        }
+        const char* const lineEnd = LineEnd(keyEnd + 1);
+        entry = {Between(line, keyEnd), Between(keyEnd + 1, lineEnd)};
+        return lineEnd + 1;
+    }
+
+    char Closer() const { return m_closer; }
+    char Separator() const { return m_separator; }
+    char CommentMark() const { return m_commentMark; }
+    /// What is written between the entries of two sections: the lines of a closer and an opener.
+    std::string_view Seam() const { return m_seam; }
+    /// The line that opens a section, as it is written.
+    std::string_view OpenerLine() const { return Seam().substr(2); }
+
+  private:
+    const char* NextOtherEntry(const char* line, const char* end, Entry& entry) const;
+    bool IsOpener(std::string_view trimmedLine) const;
+
+    ByteLimit m_keyLimit;  // finds blanks, the separator and the comment mark
+    char m_opener;
+    char m_closer;
+    char m_separator;
+    char m_commentMark;
+    std::string m_seam;
+};
+
+/// A section's stretch of a text, from the begin of its opener's line to the end of its closer's.
+struct Section {
+    std::size_t begin;
+    std::size_t end;
+};
+
+/// The sections of a text, while they are found one after the other.
+class SectionList {
+  public:
+    explicit SectionList(std::size_t textSize) : m_textSize(textSize) {}
+
+    void Open(std::size_t begin) { m_begin = begin; }
+    void Close(std::size_t end) {
+        if (m_sections.size() == m_sections.capacity()) {
+            MakeRoom();
+        }
+        m_sections.push_back({m_begin, end});
+        m_begin = kNone;
+    }
+    /// Whether a section was opened and not closed yet; then it begins at Begin().
+    bool IsOpen() const { return m_begin != kNone; }
+    std::size_t Begin() const { return m_begin; }
+    std::vector<Section> Take() { return std::move(m_sections); }
+
+  private:
+    static constexpr std::size_t kNone = std::string_view::npos;
+
+    void MakeRoom();
+
+    std::size_t m_textSize;
+    std::size_t m_begin = kNone;
+    std::vector<Section> m_sections;
+};
+
+/// The entries of one section, cut as far as searches needed them.
+class SectionEntries {
+  public:
+    explicit SectionEntries(const SectionGrammar& grammar) : m_grammar(grammar) {}
+
+    /// Forgets the section before and takes this one, which is well-formed.
+    void Take(std::string_view section) {
+        m_count = 0;
+        m_end = section.data() + section.size();
+        m_next = LineEnd(section.data()) + 1;  // the opener's line has no entry
+    }
+    /// Returns the first entry with the key, null without one. It is there until the next search.
+    const Entry* Find(std::string_view key);
+
+  private:
+    static constexpr std::size_t kRoom = 32;
+
+    const SectionGrammar& m_grammar;
+    const char* m_next = nullptr;  // the line after the entries of the table
+    const char* m_end = nullptr;
+    std::size_t m_count = 0;   // of the entries that stay in the table
+    Entry m_table[kRoom + 1];  // the last place is for those of a longer section
+};
+
+/// Checks a whole text and finds its sections.
+/// path  the file's name, for the failure's text
+/// Throws std::runtime_error with the text "path:line: reason" at the first line that breaks the
+/// grammar, or holds a NUL byte, as lost writes leave them on flash.
+std::vector<Section> FindSections(const std::string& path, std::string_view text,
+                                  const SectionGrammar& grammar);
+
+}  // namespace support

@@ -1,0 +1,112 @@
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+
+#if defined(__ARM_FEATURE_SIMD32)
+#include <arm_acle.h>
+#endif
+
+// Texts are read a machine word at a step. All that differs between processors stands here; one byte
+// is a step too, for big-endian processors and those that load words from aligned places only.
+
+// Tests set the size themselves, to see every kind of step.
+#if !defined(RAIKLAIK_WORD_BITS)
+#if defined(__x86_64__) || (defined(__aarch64__) && defined(__AARCH64EL__))
+#define RAIKLAIK_WORD_BITS 64
+#elif defined(__i386__) || (defined(__ARM_FEATURE_UNALIGNED) && defined(__ARMEL__))
+#define RAIKLAIK_WORD_BITS 32
+#else
+#define RAIKLAIK_WORD_BITS 8
+#endif
+#endif
+
+namespace support {
+
+#if RAIKLAIK_WORD_BITS == 64
+using Word = std::uint64_t;
+#elif RAIKLAIK_WORD_BITS == 32
+using Word = std::uint32_t;
+#else
+using Word = std::uint8_t;
+#endif
+
+inline Word WordAt(const char* bytes) {
+    Word word = 0;
+    std::memcpy(&word, bytes, sizeof(word));
+    return word;
+}
+
+/// Finds bytes at or below a limit, which is an ASCII character.
+class ByteLimit {
+  public:
+    constexpr explicit ByteLimit(char limit)
+        : m_above(static_cast<Word>(kOnes * (static_cast<unsigned char>(limit) + 1U))) {}
+
+    /// Returns the first byte from `at` on that is at or below the limit. There has to be one, and a
+    /// word's size of bytes after it, which are read as well.
+    const char* First(const char* at) const {
+        for (;; at += sizeof(Word)) {
+            const Word hits = Hits(WordAt(at));
+            if (hits != 0) {
+                const int bit = sizeof(Word) > 4 ? __builtin_ctzll(hits)
+                                                 : __builtin_ctz(static_cast<std::uint32_t>(hits));
+                return at + static_cast<unsigned>(bit) / 8;
+            }
+        }
+    }
+
+  private:
+    static constexpr Word kOnes = static_cast<Word>(~Word{0}) / 255;  // 1 in each byte
+
+    // The lowest bit that is set is in the first byte at or below the limit; 0 without such a byte.
+    Word Hits(Word word) const {
+#if defined(__ARM_FEATURE_SIMD32) && RAIKLAIK_WORD_BITS == 32
+        return __uqsub8(m_above, word);
+#else
+        // A byte below `m_above`'s gets its top bit, unless it had one. So may bytes after the first
+        // such one, from which it borrows; they are not looked at.
+        return static_cast<Word>((word - m_above) & ~word & (kOnes * 0x80U));
+#endif
+    }
+
+    Word m_above;  // the first byte above the limit, in each byte
+};
+
+/// Returns the first line feed or NUL from `at` on. It has to be there, like ByteLimit's.
+inline const char* LineEnd(const char* at) {
+    constexpr ByteLimit kControl('\n');
+    for (;; ++at) {
+        at = kControl.First(at);
+        if (__builtin_expect(*at == '\n', true) || *at == '\0') {
+            return at;
+        }
+    }
+}
+
+/// Whether two texts are the same. They are short: a call of memcmp would cost more than its work.
+/// Their ends are compared first, since keys often differ there only.
+inline bool IsSame(std::string_view one, std::string_view other) {
+    if (one.size() != other.size()) {
+        return false;
+    }
+    std::size_t rest = one.size();
+    if (rest < sizeof(Word)) {
+        while (rest > 0 && one[rest - 1] == other[rest - 1]) {
+            --rest;
+        }
+        return rest == 0;
+    }
+    const auto isSameAt = [&](std::size_t place) {
+        return WordAt(one.data() + place) == WordAt(other.data() + place);
+    };
+    for (; rest > sizeof(Word); rest -= sizeof(Word)) {
+        if (!isSameAt(rest - sizeof(Word))) {
+            return false;
+        }
+    }
+    return isSameAt(0);
+}
+
+}  // namespace support

@@ -1,0 +1,32 @@
+#include "support/written_text.h"
+
+#if !defined(__SSE2__)
+
+namespace support {
+
+std::size_t SkipWrittenLines(std::string_view text, std::size_t line, const SectionGrammar& grammar,
+                             SectionList& sections) {
+    const std::string_view seam = grammar.Seam();
+    const char* at = text.data() + line;
+    for (;;) {
+        const char* const keyEnd = grammar.WrittenKeyEnd(at);
+        if (keyEnd != nullptr) {
+            const char* const end = LineEnd(keyEnd + 1);
+            if (*end == '\n') {
+                at = end + 1;
+                continue;
+            }
+        }
+        const auto place = static_cast<std::size_t>(at - text.data());
+        if (place + seam.size() > text.size() || !IsSame({at, seam.size()}, seam)) {
+            return place;
+        }
+        sections.Close(place + 2);
+        sections.Open(place + 2);
+        at += seam.size();
+    }
+}
+
+}  // namespace support
+
+#endif

@@ -1,0 +1,91 @@
+#include "support/written_text.h"
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+
+namespace support {
+
+namespace {
+
+constexpr std::size_t kPart = sizeof(__m128i);
+constexpr std::size_t kBlock = 64;
+
+// 64 bytes and what they are; bit i tells of byte i. The separator is above ' '.
+struct Block {
+    Block(const char* bytes, __m128i separator) {
+        const __m128i lineFeed = _mm_set1_epi8('\n');
+        const __m128i blank = _mm_set1_epi8(' ');
+        __m128i least = blank;
+        for (std::size_t at = 0; at < kBlock; at += kPart) {
+            const __m128i part = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + at));
+            marks |=
+                Bits(_mm_or_si128(_mm_cmpeq_epi8(part, lineFeed), _mm_cmpeq_epi8(part, separator)))
+                << at;
+            low |= Bits(_mm_cmpeq_epi8(_mm_min_epu8(part, blank), part)) << at;
+            least = _mm_min_epu8(least, part);
+        }
+        holdsNul = Bits(_mm_cmpeq_epi8(least, _mm_setzero_si128())) != 0;
+    }
+
+    static std::uint64_t Bits(__m128i part) {
+        return static_cast<unsigned int>(_mm_movemask_epi8(part));
+    }
+
+    std::uint64_t marks = 0;  // line feeds and separators
+    std::uint64_t low = 0;    // line feeds and others up to ' '
+    bool holdsNul;
+};
+
+std::size_t LineBegin(std::string_view text, std::size_t position) {
+    return text.rfind('\n', position - 1) + 1;
+}
+
+}  // namespace
+
+// A line that begins above ' ' and holds a separator, but not as its first byte, may stand in a
+// section. This looks at all lines of a block at once. A bit is added to the other bytes' bits where
+// each line begins; its carry runs over them to the line's first mark, which has to be a separator.
+std::size_t SkipWrittenLines(std::string_view text, std::size_t line, const SectionGrammar& grammar,
+                             SectionList& sections) {
+    if (grammar.Separator() <= ' ') {
+        return line;
+    }
+    const std::string_view seam = grammar.Seam();
+    const __m128i separator = _mm_set1_epi8(grammar.Separator());
+    std::uint64_t beginsLine = 1;  // whether a line begins with the block
+    std::uint64_t goesOn = 0;      // whether a line without a mark so far goes on in the block
+    for (std::size_t at = line; at <= text.size(); at += kBlock) {
+        const Block block(text.data() + at, separator);
+        if (block.holdsNul) {
+            return std::max(line, LineBegin(text, at));
+        }
+        const std::uint64_t lineFeeds = block.marks & block.low;
+        const std::uint64_t begins = lineFeeds << 1U | beginsLine;
+        std::uint64_t sum = 0;
+        goesOn = __builtin_add_overflow(~block.marks, begins | goesOn, &sum) ? 1 : 0;
+        std::uint64_t unusual = (sum & lineFeeds) | (begins & (block.low | block.marks));
+        for (; unusual != 0; unusual &= unusual - 1) {
+            const std::size_t place = at + static_cast<std::size_t>(__builtin_ctzll(unusual));
+            if (place < line) {
+                continue;  // it is in the opener's line of a seam
+            }
+            // The closer is the whole line before the place, when it is not the opener's own.
+            if (text[place - 2] != '\n' || text.substr(place - 1, seam.size()) != seam) {
+                return std::min(LineBegin(text, place), text.size());
+            }
+            line = place - 1 + seam.size();
+            sections.Close(place + 1);
+            sections.Open(place + 1);
+        }
+        beginsLine = lineFeeds >> 63U;
+    }
+    return text.size();
+}
+
+}  // namespace support
+
+#endif

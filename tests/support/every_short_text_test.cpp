@@ -1,0 +1,160 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <iostream>
+#include <iterator>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "support/section_text.h"
+#include "support/whole_file.h"
+#include "tests/fixture/temp_folder.h"
+#include "tests/support/plain_parser.h"
+#include "tests/support/section_file.h"
+
+// Every text of a few bytes is taken or refused as a plain parser does, and gives the same sections
+// and entries.
+
+namespace {
+
+constexpr char kBytes[] = {'s', '{', '}', '=', '#', '\n', ' ', 'a', '\0'};
+const char* const kKeyword = "s";
+const char* const kKeys[] = {"a", "s", "}", "{", "aa", "a a", "as", "", "#", "#a", " a", "a "};
+
+// RAIKLAIK_TEXT_LENGTH is for a longer search by hand; each byte more takes nine times as long.
+std::size_t LongestText() {
+#if !defined(NDEBUG) || !defined(__x86_64__)
+    const std::size_t usual = 5;  // each text takes long without optimisation, or in an emulator
+#elif defined(RAIKLAIK_WORD_BITS_OF_TESTS)
+    const std::size_t usual = 6;  // several programs run this
+#else
+    const std::size_t usual = 7;
+#endif
+    const char* const chosen = std::getenv("RAIKLAIK_TEXT_LENGTH");
+    return chosen == nullptr ? usual : std::strtoul(chosen, nullptr, 10);
+}
+
+// Goes to the next text of the same length; false after the last one.
+bool Next(std::string& text) {
+    for (char& byte : text) {
+        const char* const place = std::find(std::begin(kBytes), std::end(kBytes), byte);
+        if (place + 1 != std::end(kBytes)) {
+            byte = place[1];
+            return true;
+        }
+        byte = kBytes[0];
+    }
+    return false;
+}
+
+template <typename Check>
+void ForEachText(std::size_t longest, const Check& check) {
+    for (std::size_t length = 0; length <= longest; ++length) {
+        std::string text(length, kBytes[0]);
+        do {
+            check(text);
+        } while (Next(text) && !testing::Test::HasFailure());
+    }
+}
+
+// Reads texts as a file's are read, from a place with nothing after its line feeds.
+class Reader {
+  public:
+    // Returns "LINE: reason" for a malformed text, "" otherwise.
+    std::string Read(const std::string& text, std::vector<support::Section>& sections) {
+        if (m_text.bytes == nullptr || m_text.size != text.size()) {
+            m_text = MakeText(text.size());
+        }
+        std::memcpy(m_text.bytes.get(), text.data(), text.size());
+        try {
+            sections = FindSections("", m_text.View(), m_grammar);
+        } catch (const std::runtime_error& malformed) {
+            return malformed.what() + std::strlen(":");
+        }
+        return "";
+    }
+
+    void EnterSection(const support::Section& section) {
+        m_entries.Take(m_text.View().substr(section.begin, section.end - section.begin));
+    }
+
+    std::optional<std::string> Value(const char* key) {
+        const support::Entry* const entry = m_entries.Find(key);
+        return entry == nullptr ? std::nullopt : std::optional<std::string>(entry->value);
+    }
+
+  private:
+    support::SectionGrammar m_grammar{kKeyword, "{\n", "}\n", "=", "#"};
+    FileText m_text;
+    support::SectionEntries m_entries{m_grammar};
+};
+
+// Compares the reader with the parser; returns whether the text is well-formed and has sections.
+bool HasSections(Reader& reader, const std::string& text) {
+    std::vector<PlainSection> expected;
+    std::vector<support::Section> sections;
+    const std::string fault = PlainParser(kKeyword).Parse(text, expected);
+    EXPECT_EQ(reader.Read(text, sections), fault) << testing::PrintToString(text);
+    if (!fault.empty()) {
+        return false;
+    }
+    EXPECT_EQ(sections.size(), expected.size()) << testing::PrintToString(text);
+    for (std::size_t i = 0; i < expected.size() && i < sections.size(); ++i) {
+        EXPECT_EQ(sections[i].begin, expected[i].begin) << testing::PrintToString(text);
+        EXPECT_EQ(sections[i].end, expected[i].end) << testing::PrintToString(text);
+        reader.EnterSection(sections[i]);
+        for (const char* key : kKeys) {
+            EXPECT_EQ(reader.Value(key), expected[i].Value(key))
+                << key << " in " << testing::PrintToString(text);
+        }
+    }
+    return !expected.empty();
+}
+
+TEST(EveryShortTextTest, IsReadAsAPlainParserReadsIt) {
+    Reader reader;
+    std::size_t texts = 0;
+    std::size_t withSections = 0;
+    ForEachText(LongestText(), [&](const std::string& text) {
+        ++texts;
+        withSections += HasSections(reader, text) ? 1 : 0;
+    });
+    std::cout << texts << " texts, " << withSections << " of them with sections\n";
+}
+
+// Wherever the text stands within a long one: processors look at up to 64 bytes at once.
+TEST(EveryShortTextTest, IsReadInsideALongerTextAsAPlainParserReadsIt) {
+    const std::string seam = "\n}\ns {\n";
+    const std::size_t longest = LongestText() - 3;
+    Reader reader;
+    for (std::size_t length = 64 - longest - seam.size(); length < 66; ++length) {
+        const std::string before = "s {\na=" + std::string(length - 6, 'v');
+        ForEachText(longest, [&](const std::string& text) {
+            (void)HasSections(reader, before + text + "=1" + seam + "aa=" + text + "\n}\n");
+            (void)HasSections(reader, before + "\n" + text + seam + "a=2\n}\n");
+        });
+    }
+}
+
+TEST(EveryShortTextTest, IsWrittenBackByteForByteOrWithTheOneValueThatChanged) {
+    const TempFolder folder;
+    const std::string path = folder.File("siptrunkdb");
+    ForEachText(5, [&](const std::string& text) {
+        std::vector<PlainSection> sections;
+        if (!PlainParser(kKeyword).Parse(text, sections).empty() || sections.empty()) {
+            return;
+        }
+        WriteFile(path, text);
+        Configuration::MultiSectionFile file(path.c_str(), false, false, false, kKeyword, "{\n",
+                                             "}\n", "=", "#", nullptr);
+        file.Save(true, nullptr);
+        ASSERT_EQ(ReadFile(path), text);
+    });
+}
+
+}  // namespace
