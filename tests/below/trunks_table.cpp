@@ -44,12 +44,13 @@ std::vector<Row> TrunkRows() {
                      "registration_date? registration_time? master_ip? master_port? * Next ",
          R"(true {"", "", "", "", "", "", "", "", false, false})"
          R"({"office", "o1", "", "o3", "o4", "o5", "o6", "", false, false})"},
-        {ROW_WITH(Records(), GetSIPTrunkParams(out, "0", true)), kBranch + "trunk_type=0", "",
+        {ROW_WITH(Records(1), GetSIPTrunkParams(out, "0", true)), kBranch + "trunk_type=0", "",
          kHeapRead +
              "Next trunk_type? trunk_name? user_name? registration_date? registration_time? "
              "slave_ip? slave_port? sym_nat? * Next trunk_type? trunk_name? user_name? "
              "registration_date? registration_time? slave_ip? slave_port? sym_nat? * Next ",
-         R"(true {"branch", "b1", "", "b3", "b4", "b5", "b6", "", true, false})"
+         R"(true {"", "", "", "", "", "", "", "", false, false})"
+         R"({"branch", "b1", "", "b3", "b4", "b5", "b6", "", true, false})"
          R"({"", "", "", "", "", "", "", "", false, false})"},
         {ROW_WITH(Records(), GetAllSIPTrunkParams(out)),
          "trunk_type=1; trunk_name=a; trunk_name=b trunk_type=1; trunk_name=c trunk_type=0;" + kAll,
