@@ -171,6 +171,17 @@ TEST_F(SeenFromBelowTest, TheStartFlagIsReadBeforeTheLockIsTaken) {
     EXPECT_TRUE(Holds(CallsWithFlagTurned(false, "Lock", call), "START_SIPTRUNK=false "));
 }
 
+TEST_F(SeenFromBelowTest, ALineThatCannotBeMadeIsEndedAndReported) {
+    StartRecording("");
+    Recording().onCall = [](const std::string& call) {
+        if (call == "log(1,broken)") {
+            throw std::runtime_error("no memory");
+        }
+    };
+    EXPECT_THROW(m_logger.TRACE(1, "broken"), std::runtime_error);
+    EXPECT_EQ(Recording().calls, "log(3,<prefix>) log(1,broken) log(1,\n) ");
+}
+
 TEST_F(SeenFromBelowTest, AServiceHasOneHandleOnTheLockAndALoggerOneStream) {
     StartRecording("");
     {
