@@ -14,7 +14,7 @@ enum Clash : int { kNone = 0, kTrunkNameTaken = 1, kUserNameTaken = 2, kUnknown 
 int CSIPTrunkConfig::CheckTrunk(const std::string& currentName, const std::string& newName,
                                 const std::string& userName, const std::string& operation) {
     // Here, not in the work, so that the file is released after the lock.
-    const PostponedCancellation postponed;
+    const support::PostponedCancellation postponed;
     std::optional<TrunkDatabase> trunks;
     return RunLocked<SmartBuffer>(*m_semaphore, m_logger, kUnknown, [&](ValueBuffer buffer) {
         const bool isEdit = operation == word::kEdit;
