@@ -21,7 +21,7 @@ std::string Fault::Text() const {
         case Effect::kNone:
             return "nothing";
         case Effect::kError:
-            text = strerrorname_np(error);
+            text = std::strerror(error);
             break;
         case Effect::kShortTransfer:
             text = "short transfer";

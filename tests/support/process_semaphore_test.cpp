@@ -417,6 +417,24 @@ TEST_F(ProcessSemaphoreTest, ASetThatIsRemovedDuringTheWaitIsObtainedAgain) {
     EXPECT_TRUE(IsTaken());
 }
 
+TEST_F(ProcessSemaphoreTest, AReleaseForgetsNobodyWhoTookANewSetByTheSameHandleMeanwhile) {
+    Semaphore lock = Handle();
+    lock.Lock(true);
+    std::unique_ptr<Locker> locker;
+    {
+        const CallWatch releasing(Call::kSemop, [&](int) {
+            RemoveSet();
+            locker = std::make_unique<Locker>(lock);
+            EXPECT_TRUE(locker->GetsLock());
+            return 0;
+        });
+        lock.Unlock();
+    }
+    EXPECT_TRUE(IsTaken());
+    locker->Finish();
+    EXPECT_TRUE(IsFree()) << "its own release was forgotten";
+}
+
 TEST_F(ProcessSemaphoreTest, ASetThatIsRemovedAgainAndAgainIsAFailureInTheEnd) {
     Semaphore lock = Handle();
     for (const int error : {EIDRM, EINVAL}) {
