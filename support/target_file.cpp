@@ -12,14 +12,16 @@
 namespace support {
 
 TargetFile::TargetFile(const char* path, FileIdentity& loaded) : m_path(path), m_loaded(loaded) {
-    const std::string file = FollowLinks(path, "resolve", m_old);
+    std::string file = FollowLinks(path, "resolve", m_old);
     if (m_old.mode == 0) {
         Fail("stat", ENOENT);
     }
     CheckRegular(path, m_old.mode);
     CheckLoaded(m_old);
-    m_name = file.substr(file.rfind('/') + 1);
-    m_folder = OpenFolder(file);
+    const std::size_t nameBegin = file.rfind('/') + 1;
+    m_name = file.substr(nameBegin);
+    file.resize(nameBegin);
+    m_folder = OpenFolder(nameBegin == 0 ? "." : file.c_str());
     if (m_loaded.file.Number() == -1) {
         OpenOld();
     }
@@ -29,18 +31,16 @@ void TargetFile::Fail(const char* step, int error) const {
     ThrowSystemFailure(error, m_path, step);
 }
 
-FileDescriptor TargetFile::OpenFolder(const std::string& file) const {
-    const std::size_t slash = file.rfind('/');
-    const std::string folder = slash == std::string::npos ? "." : file.substr(0, slash + 1);
+FileDescriptor TargetFile::OpenFolder(const char* folder) const {
     // The sweep reads the folder, and a time of access would be one more thing to write to the disk;
     // only the folder's owner and root may do without it (open(2)).
     const int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
     if (!OccupyStandardStreams()) {
         Fail("open folder");
     }
-    int opened = RetryInterrupted([&] { return open(folder.c_str(), flags | O_NOATIME); });
+    int opened = RetryInterrupted([&] { return open(folder, flags | O_NOATIME); });
     if (opened == -1 && errno == EPERM) {
-        opened = RetryInterrupted([&] { return open(folder.c_str(), flags); });
+        opened = RetryInterrupted([&] { return open(folder, flags); });
     }
     if (opened == -1) {
         Fail("open folder");

@@ -35,7 +35,7 @@ class TargetFile {
     int ReleaseFolder() { return m_folder.Release(); }
 
   private:
-    FileDescriptor OpenFolder(const std::string& file) const;
+    FileDescriptor OpenFolder(const char* folder) const;
     void OpenOld();
     void CheckLoaded(const FileStatus& status) const;
 
