@@ -92,12 +92,11 @@ const char* SectionGrammar::NextOtherEntry(const char* line, const char* end, En
     return nullptr;
 }
 
-void SectionList::MakeRoom() {
-    // As much as the text needs, should its other sections be as long as those so far.
-    constexpr std::size_t kFirst = 16;
-    const std::size_t count = m_sections.size();
-    const std::size_t expected = count == 0 ? 0 : m_textSize / (m_begin / count);
-    m_sections.reserve(kFirst + std::max(expected, count + count / 2));
+void MakeRoom(std::vector<Section>& sections, std::size_t end, std::size_t textSize) {
+    // For as many as the text holds, should the others be as long as those so far.
+    const std::size_t count = sections.size();
+    const std::size_t expected = count == 0 ? 0 : textSize / (end / count);
+    sections.reserve(16 + std::max(expected, count + count / 2));
 }
 
 const Entry* SectionEntries::Find(std::string_view key) {
@@ -125,9 +124,10 @@ const Entry* SectionEntries::Find(std::string_view key) {
 
 std::vector<Section> FindSections(const std::string& path, std::string_view text,
                                   const SectionGrammar& grammar) {
-    SectionList sections(text.size());
+    std::vector<Section> sections;
+    const auto isOpen = [&] { return !sections.empty() && sections.back().end == 0; };
     for (std::size_t line = 0;;) {
-        if (sections.IsOpen()) {
+        if (isOpen()) {
             line = SkipWrittenLines(text, line, grammar, sections);
         }
         if (line >= text.size()) {
@@ -136,22 +136,22 @@ std::vector<Section> FindSections(const std::string& path, std::string_view text
         const char* const begin = text.data() + line;
         const char* const end = LineEnd(begin);
         const LineKind kind = grammar.KindOf(Between(begin, end));
-        const char* const fault = *end == '\0' ? "NUL byte" : FaultOf(kind, sections.IsOpen());
+        const char* const fault = *end == '\0' ? "NUL byte" : FaultOf(kind, isOpen());
         if (fault != nullptr) {
             ThrowMalformed(path, text, line, fault);
         }
         const std::size_t next = line + static_cast<std::size_t>(end - begin) + 1;
         if (kind == LineKind::kOpener) {
-            sections.Open(line);
+            OpenSection(sections, line, text.size());
         } else if (kind == LineKind::kCloser) {
-            sections.Close(std::min(next, text.size()));
+            sections.back().end = std::min(next, text.size());
         }
         line = next;
     }
-    if (sections.IsOpen()) {
-        ThrowMalformed(path, text, sections.Begin(), "section is not closed");
+    if (isOpen()) {
+        ThrowMalformed(path, text, sections.back().begin, "section is not closed");
     }
-    return sections.Take();
+    return sections;
 }
 
 }  // namespace support

@@ -94,36 +94,19 @@ class SectionGrammar {
 /// A section's stretch of a text, from the begin of its opener's line to the end of its closer's.
 struct Section {
     std::size_t begin;
-    std::size_t end;
+    std::size_t end;  ///< 0 until it is found
 };
 
-/// The sections of a text, while they are found one after the other.
-class SectionList {
-  public:
-    explicit SectionList(std::size_t textSize) : m_textSize(textSize) {}
+/// Makes room for more sections after those of a text with `textSize` bytes, up to `end`.
+void MakeRoom(std::vector<Section>& sections, std::size_t end, std::size_t textSize);
 
-    void Open(std::size_t begin) { m_begin = begin; }
-    void Close(std::size_t end) {
-        if (m_sections.size() == m_sections.capacity()) {
-            MakeRoom();
-        }
-        m_sections.push_back({m_begin, end});
-        m_begin = kNone;
+/// Adds a section whose end is not known yet.
+inline void OpenSection(std::vector<Section>& sections, std::size_t begin, std::size_t textSize) {
+    if (sections.size() == sections.capacity()) {
+        MakeRoom(sections, begin, textSize);
     }
-    /// Whether a section was opened and not closed yet; then it begins at Begin().
-    bool IsOpen() const { return m_begin != kNone; }
-    std::size_t Begin() const { return m_begin; }
-    std::vector<Section> Take() { return std::move(m_sections); }
-
-  private:
-    static constexpr std::size_t kNone = std::string_view::npos;
-
-    void MakeRoom();
-
-    std::size_t m_textSize;
-    std::size_t m_begin = kNone;
-    std::vector<Section> m_sections;
-};
+    sections.push_back({begin, 0});
+}
 
 /// The entries of one section, cut as far as searches needed them.
 class SectionEntries {

@@ -8,11 +8,10 @@
 #include <arm_acle.h>
 #endif
 
-// Texts are read a machine word at a step. All that differs between processors stands here; one byte
-// is a step too, for big-endian processors and those that load words from aligned places only.
+// Texts are read a machine word at a step. All that differs between processors stands here. A byte is
+// a step too: for big-endian processors, and those that load words from aligned places only.
 
-// Tests set the size themselves, to see every kind of step.
-#if !defined(RAIKLAIK_WORD_BITS)
+#if !defined(RAIKLAIK_WORD_BITS)  // tests set it, to see every kind of step
 #if defined(__x86_64__) || (defined(__aarch64__) && defined(__AARCH64EL__))
 #define RAIKLAIK_WORD_BITS 64
 #elif defined(__i386__) || (defined(__ARM_FEATURE_UNALIGNED) && defined(__ARMEL__))
@@ -85,28 +84,25 @@ inline const char* LineEnd(const char* at) {
     }
 }
 
-/// Whether two texts are the same. They are short: a call of memcmp would cost more than its work.
-/// Their ends are compared first, since keys often differ there only.
+/// Whether two texts are the same: for short ones, of which a call of memcmp costs more than its work.
 inline bool IsSame(std::string_view one, std::string_view other) {
     if (one.size() != other.size()) {
         return false;
     }
     std::size_t rest = one.size();
-    if (rest < sizeof(Word)) {
-        while (rest > 0 && one[rest - 1] == other[rest - 1]) {
-            --rest;
-        }
-        return rest == 0;
-    }
-    const auto isSameAt = [&](std::size_t place) {
-        return WordAt(one.data() + place) == WordAt(other.data() + place);
-    };
-    for (; rest > sizeof(Word); rest -= sizeof(Word)) {
-        if (!isSameAt(rest - sizeof(Word))) {
+    while (rest > sizeof(Word)) {  // from the end on, since keys often differ there only
+        rest -= sizeof(Word);
+        if (WordAt(one.data() + rest) != WordAt(other.data() + rest)) {
             return false;
         }
     }
-    return isSameAt(0);
+    if (one.size() >= sizeof(Word)) {
+        return WordAt(one.data()) == WordAt(other.data());
+    }
+    while (rest > 0 && one[rest - 1] == other[rest - 1]) {
+        --rest;
+    }
+    return rest == 0;
 }
 
 }  // namespace support

@@ -5,7 +5,7 @@
 namespace support {
 
 std::size_t SkipWrittenLines(std::string_view text, std::size_t line, const SectionGrammar& grammar,
-                             SectionList& sections) {
+                             std::vector<Section>& sections) {
     const std::string_view seam = grammar.Seam();
     const char* at = text.data() + line;
     for (;;) {
@@ -21,8 +21,8 @@ std::size_t SkipWrittenLines(std::string_view text, std::size_t line, const Sect
         if (place + seam.size() > text.size() || !IsSame({at, seam.size()}, seam)) {
             return place;
         }
-        sections.Close(place + 2);
-        sections.Open(place + 2);
+        sections.back().end = place + 2;
+        OpenSection(sections, place + 2, text.size());
         at += seam.size();
     }
 }

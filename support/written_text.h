@@ -10,10 +10,10 @@ namespace support {
 /// Skips lines of a section that programs wrote, and notes the sections that end among them: a faster
 /// way over most of a file. Nothing needs it; without it, the caller looks at every line by itself.
 /// line      where a line begins
-/// sections  the section of that line is open
-/// Returns where the first line begins that needs a closer look, at most the text's size. A section
-/// is open there again.
+/// sections  those so far; the last one is that line's, and has no end yet
+/// Returns where the first line begins that needs a closer look, or a place after the text. That line
+/// is in the last section, which has no end yet.
 std::size_t SkipWrittenLines(std::string_view text, std::size_t line, const SectionGrammar& grammar,
-                             SectionList& sections);
+                             std::vector<Section>& sections);
 
 }  // namespace support

@@ -50,7 +50,7 @@ std::size_t LineBegin(std::string_view text, std::size_t position) {
 // section. This looks at all lines of a block at once. A bit is added to the other bytes' bits where
 // each line begins; its carry runs over them to the line's first mark, which has to be a separator.
 std::size_t SkipWrittenLines(std::string_view text, std::size_t line, const SectionGrammar& grammar,
-                             SectionList& sections) {
+                             std::vector<Section>& sections) {
     if (grammar.Separator() <= ' ') {
         return line;
     }
@@ -78,8 +78,8 @@ std::size_t SkipWrittenLines(std::string_view text, std::size_t line, const Sect
                 return std::min(LineBegin(text, place), text.size());
             }
             line = place - 1 + seam.size();
-            sections.Close(place + 1);
-            sections.Open(place + 1);
+            sections.back().end = place + 1;
+            OpenSection(sections, place + 1, text.size());
         }
         beginsLine = lineFeeds >> 63U;
     }

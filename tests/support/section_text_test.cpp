@@ -273,20 +273,26 @@ TEST_F(SectionTextTest, LongKeywordsAndKeysMakeNoDifference) {
 }
 
 TEST_F(SectionTextTest, ANulByteIsFoundAtEveryPlaceOfALongFile) {
-    std::string text;
+    std::string edited;  // by an operator
+    std::string written;
     for (int section = 0; section < 3; ++section) {
-        text += "# c\nsection {\ntrunk_name=" + std::string(70, 'n') +
-                "\na=1\n#x=\nb=" + std::string(10, 'v') + "\n}\n\n";
+        edited += "# c\nsection {\ntrunk_name=" + std::string(70, 'n') +
+                  "\na=1\n#x=\nb=" + std::string(10, 'v') + "\n}\n\n";
     }
-    std::size_t line = 1;
-    for (std::size_t place = 0; place < text.size(); ++place) {
-        std::string broken = text;
-        broken[place] = '\0';
-        WriteFile(m_path, broken);
-        ASSERT_EQ(FailureOf([&] { const SectionFile file(m_path); }),
-                  m_path + ":" + std::to_string(line) + ": NUL byte")
-            << place;
-        line += text[place] == '\n' ? 1 : 0;
+    for (std::size_t length = 30; length < 70; ++length) {
+        written += "section {\na=" + std::string(length, 'v') + "\n}\n";
+    }
+    for (const std::string& text : {edited, written}) {
+        std::size_t line = 1;
+        for (std::size_t place = 0; place < text.size(); ++place) {
+            std::string broken = text;
+            broken[place] = '\0';
+            WriteFile(m_path, broken);
+            ASSERT_EQ(FailureOf([&] { const SectionFile file(m_path); }),
+                      m_path + ":" + std::to_string(line) + ": NUL byte")
+                << place;
+            line += text[place] == '\n' ? 1 : 0;
+        }
     }
 }
 
