@@ -6,13 +6,16 @@ set(RAIKLAIK_SANITIZE
     CACHE STRING "Sanitizers to build with, as -fsanitize= takes them; empty for none")
 
 set(hardeningCompileOptions -fstack-protector-strong)
-set(hardeningLinkOptions LINKER:-z,relro,-z,now LINKER:-z,noexecstack LINKER:--as-needed)
-# Linkers that do not know it refuse text relocations anyway.
+set(hardeningLinkOptions LINKER:-z,relro,-z,now LINKER:-z,noexecstack)
+# Linkers that do not know these two refuse text relocations and leave out what is not needed anyway.
 include(CheckLinkerFlag)
-check_linker_flag(CXX LINKER:-z,text RAIKLAIK_HAS_Z_TEXT)
-if(RAIKLAIK_HAS_Z_TEXT)
-    list(APPEND hardeningLinkOptions LINKER:-z,text)
-endif()
+foreach(flag IN ITEMS -z,text --as-needed)
+    string(MAKE_C_IDENTIFIER "RAIKLAIK_LINKS_${flag}" links)
+    check_linker_flag(CXX LINKER:${flag} ${links})
+    if(${links})
+        list(APPEND hardeningLinkOptions LINKER:${flag})
+    endif()
+endforeach()
 
 if(RAIKLAIK_SANITIZE)
     list(APPEND hardeningCompileOptions -fsanitize=${RAIKLAIK_SANITIZE} -fno-sanitize-recover=all
