@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <string_view>
 
+#include "support/file_descriptor.h"
 #include "support/postponed_cancellation.h"
 #include "support/printable_text.h"
 #include "support/system_call.h"
@@ -44,7 +45,9 @@ LogStream::LogStream(const char* name, bool append, bool create, int maxFileSize
     // O_NONBLOCK: opening a FIFO must not wait for its reader.
     const int flags = O_WRONLY | O_APPEND | O_CLOEXEC | O_NOCTTY | O_NONBLOCK |
                       (append ? 0 : O_TRUNC) | (create ? O_CREAT : 0);
-    m_file = RetryInterrupted([&] { return open(name, flags, 0640); });
+    if (OccupyStandardStreams()) {
+        m_file = RetryInterrupted([&] { return open(name, flags, 0640); });
+    }
     if (m_file == -1) {
         ThrowSystemFailure(errno, name, "open log");
     }

@@ -505,6 +505,21 @@ TEST_F(LogStreamTest, TheLogIsNotHandedToOtherPrograms) {
     EXPECT_EQ(fcntl(files[0], F_GETFD), FD_CLOEXEC);
 }
 
+TEST_F(LogStreamTest, TheLogIsNoStandardStream) {
+    ChildProcess child([this] {
+        for (int stream = 0; stream <= 2; ++stream) {
+            (void)close(stream);
+        }
+        Log log(m_path);
+        for (int stream = 0; stream <= 2; ++stream) {
+            (void)write(stream, "printed\n", 8);
+        }
+        log.Write("line\n");
+    });
+    EXPECT_EQ(child.Wait(), 0);
+    EXPECT_EQ(Text(), "line\n");
+}
+
 TEST_F(LogStreamTest, WithoutMemoryForATextNothingIsAddedAndTheLogGoesOn) {
     Log log(m_path);
     bool failed = false;
