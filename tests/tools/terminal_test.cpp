@@ -64,8 +64,8 @@ class Terminal : public ToolTest {
             if (turn < turns.size() && shown.find(turns[turn].text, seen) != std::string::npos) {
                 seen = shown.size();
                 const std::string& typed = turns[turn++].typed;
-                (void)!write(terminal, typed.data(), typed.size());
                 turns[turn - 1].done();
+                (void)!write(terminal, typed.data(), typed.size());
             }
         }
         return shown;
@@ -84,6 +84,17 @@ TEST_F(Terminal, ThePasswordIsAskedForTwiceAndNotShown) {
                        {{"Password: ", "new\n"}, {"Once more: ", "new\n"}}),
               Shown("Password: \nOnce more: \nchanged trunk \"a\"\n", 0));
     ExpectAnswer({"accounts", "master", "--show-secrets", "--no-legend"}, "a  1  new\n");
+}
+
+TEST_F(Terminal, WhatOthersChangeWhileAPasswordIsAskedForStays) {
+    WriteDatabase(kTwoTrunks);
+    const auto change = [&] { Do({"modify", "office", "port=5061"}); };
+    EXPECT_EQ(RunThere({"modify", "office", "--ask-password"}, 80,
+                       {{"Password: ", "new\n", change}, {"Once more: ", "new\n"}})
+                  .second,
+              0);
+    ExpectAnswer({"get", "office", "port"}, "5061\n");
+    ExpectAnswer({"get", "office", "password", "--show-secrets"}, "new\n");
 }
 
 TEST_F(Terminal, APasswordThatIsNotGivenChangesNothing) {

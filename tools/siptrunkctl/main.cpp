@@ -1,6 +1,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <exception>
 #include <string>
 #include <string_view>
@@ -38,7 +39,8 @@ int main(int count, char** words) {
     OccupyClosedStreams();
     Context context;
     try {
-        RunCommandLine(std::vector<std::string>(words + 1, words + count), context);
+        RunCommandLine(std::vector<std::string>(words + std::min(count, 1), words + count),
+                       context);
         context.output.Flush();
         return static_cast<int>(context.result);
     } catch (const Failure& failure) {

@@ -117,6 +117,9 @@ void AddAgents(CLI::App& root, Context& context) {
                                    "show or set whether the service starts with the system",
                                    "Example:\n  siptrunkctl service on");
     auto wanted = std::make_shared<std::string>();
-    AddChoice(context, *service, "STATE", *wanted, "what to set", {"on", "off", "1", "0"});
+    CompleteWith(
+        context,
+        AddChoice(context, *service, "STATE", *wanted, "what to set", {"on", "off", "1", "0"}),
+        {{"on", "start with the system"}, {"off", ""}});
     service->callback([&context, wanted] { Service(context, *wanted); });
 }

@@ -11,10 +11,10 @@ constexpr const char* kAdding = "op_add";
 
 // Tells which trunk holds what was to be free. It is looked up by itself, so it may be gone.
 std::optional<Trunk> FindHolder(Library& library, const Clash& clash, const std::string& edited) {
-    for (Trunk& trunk : ReadTrunks(library)) {
+    for (const Trunk& trunk : ReadTrunks(library)) {
         const bool holds = (clash.isName ? trunk.trunk_name : trunk.user_name) == clash.text;
         if (holds && (edited.empty() || trunk.trunk_name != edited)) {
-            return std::move(trunk);
+            return trunk;
         }
     }
     return std::nullopt;

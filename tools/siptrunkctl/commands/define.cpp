@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <utility>
@@ -140,6 +141,10 @@ ChangeNotice::ChangeNotice() : ChangeNotice(DatabasePath()) {}
 ChangeNotice::ChangeNotice(std::string path) : m_path(std::move(path)), m_before(Text()) {}
 
 std::string ChangeNotice::Text() const {
+    std::error_code ignored;  // what cannot be looked at cannot be compared either
+    if (!std::filesystem::is_regular_file(m_path, ignored)) {
+        return "";  // one that is not there, or a FIFO, which would be waited for
+    }
     std::ifstream file(m_path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }

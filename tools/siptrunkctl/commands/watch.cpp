@@ -11,6 +11,14 @@
 
 namespace {
 
+// By the library's clock, which goes on after 2038 on 32-bit systems, too.
+std::string IsoNow() {
+    std::string time;
+    std::string date;
+    CSIPTrunkConfig(nullptr).GetLocalDateTime(time, date);
+    return IsoTime(date, time).value_or(date + " " + time);
+}
+
 void PrintChanges(Context& context, const Sections& before, const Sections& after) {
     const OutputOptions& options = context.outputOptions;
     const std::string now = IsoNow();

@@ -1,5 +1,6 @@
 #include "tools/siptrunkctl/file/watch.h"
 
+#include <fcntl.h>
 #include <sys/inotify.h>
 #include <unistd.h>
 
@@ -12,6 +13,8 @@
 #include "support/system_call.h"
 
 namespace {
+
+using support::FileStatus;
 
 constexpr std::uint32_t kComings = IN_CREATE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE |
                                    IN_DELETE_SELF | IN_MOVE_SELF | IN_ATTRIB | IN_ONLYDIR;
@@ -26,21 +29,21 @@ std::string FolderOf(const std::string& path) {
     return slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
 }
 
-struct stat StatusOf(const std::string& path) {
-    struct stat status {};
-    if (stat(path.c_str(), &status) == -1) {
+FileStatus StatusOf(const std::string& path) {
+    FileStatus status;
+    if (!support::LookAt(AT_FDCWD, RealPath(path).c_str(), status)) {
         status = {};
     }
     return status;
 }
 
-bool IsSameFile(const struct stat& a, const struct stat& b) {
-    return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+bool IsSameFile(const FileStatus& a, const FileStatus& b) {
+    return a.device == b.device && a.inode == b.inode;
 }
 
-bool IsSameText(const struct stat& a, const struct stat& b) {
-    return IsSameFile(a, b) && a.st_size == b.st_size && a.st_mtim.tv_sec == b.st_mtim.tv_sec &&
-           a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
+bool IsSameText(const FileStatus& a, const FileStatus& b) {
+    return IsSameFile(a, b) && a.changeSeconds == b.changeSeconds &&
+           a.changeNanoseconds == b.changeNanoseconds;
 }
 
 }  // namespace
@@ -89,12 +92,12 @@ void FileWatch::WaitForEvent() const {
 FileWatch::News FileWatch::Wait() {
     while (true) {
         WaitForEvent();
-        const struct stat folderBefore = m_folder;
-        const struct stat fileBefore = m_file;
+        const FileStatus folderBefore = m_folder;
+        const FileStatus fileBefore = m_file;
         WatchAll();
         m_file = StatusOf(m_path);
         if (!IsSameFile(folderBefore, m_folder)) {
-            return m_folder.st_ino == 0 ? News::kFolderGone : News::kFolderReplaced;
+            return m_folder.mode == 0 ? News::kFolderGone : News::kFolderReplaced;
         }
         if (!IsSameText(fileBefore, m_file)) {
             return News::kFile;

@@ -1,11 +1,10 @@
 #pragma once
 
-#include <sys/stat.h>
-
 #include <string>
 #include <vector>
 
 #include "support/file_descriptor.h"
+#include "support/file_status.h"
 
 /// Sleeps until a file may have changed. Every save puts another file in the place of the old one,
 /// and links or whole folders above may be replaced too, so all folders on the way are watched.
@@ -28,6 +27,6 @@ class FileWatch {
 
     std::string m_path;
     FileDescriptor m_events;
-    struct stat m_folder {};  // of the folder that the file is in; all 0 while there is none
-    struct stat m_file {};    // as last seen
+    support::FileStatus m_folder;  // of the folder that the file is in; mode 0 while there is none
+    support::FileStatus m_file;    // as last seen
 };

@@ -38,10 +38,3 @@ std::optional<std::string> IsoTime(const std::string& date, const std::string& t
     }
     return IsoText(local);
 }
-
-std::string IsoNow() {
-    const std::time_t now = std::time(nullptr);
-    std::tm local{};
-    (void)localtime_r(&now, &local);
-    return IsoText(local);
-}

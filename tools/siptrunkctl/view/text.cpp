@@ -71,7 +71,7 @@ class Escaper {
     bool IsEscaped(std::size_t at) const {
         const std::size_t length = CharacterLength(m_text.substr(at));
         return length == 0 || IsHarmful(CodePoint(m_text.substr(at, length))) ||
-               (m_text[at] == ' ' && (at < m_first || at > m_last));
+               ((at < m_first || at > m_last) && m_text[at] == ' ');
     }
 
     std::size_t AppendBackslashes(std::string& printable, std::size_t begin) const {
