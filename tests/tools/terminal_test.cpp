@@ -185,12 +185,11 @@ TEST_F(Terminal, ACommandThatWaitsSaysForWhom) {
     });
     held.Pass();
     const auto kill = [&] { holder.Kill(); };
-    EXPECT_EQ(RunThere({"show", "branch", "--color", "never"}, 80, {{" holds\n", "", kill}})
-                  .first.substr(0, 100),
-              ("siptrunkctl: waiting for the device's lock, which process " +
-               ReadFile(Folder() + "/holder") + " (siptrunkctl_tes) holds\n" +
-               Run({"show", "branch"}).out)
-                  .substr(0, 100));
+    const Shown shown =
+        RunThere({"get", "branch", "port", "--color", "never"}, 80, {{" holds\n", "", kill}});
+    EXPECT_EQ(shown, Shown("siptrunkctl: waiting for the device's lock, which process " +
+                               ReadFile(Folder() + "/holder") + " (siptrunkctl_tes) holds\n5070\n",
+                           0));
 }
 
 TEST_F(Terminal, ColorsAreForTerminalsThatWantThem) {
