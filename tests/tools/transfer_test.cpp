@@ -244,10 +244,12 @@ TEST_F(Transfer, WhatIsNotSuchJsonIsRefusedWithoutQuotingIt) {
 }
 
 TEST_F(Transfer, WhatStandsBesideTheListIsNobodysMatter) {
-    const std::string sections = Document({SlaveSection("a", "1")}).substr(1);
+    const std::string sections = Document({SwitchSection(), SlaveSection("a", "1")}).substr(1);
     ExpectAnswer({"import", "-"}, "imported 1 trunk\n",
                  "{\"by\": {\"x\": [1, {\"y\": null}], \"z\": 1e5}, \"at\": true, " + sections);
-    EXPECT_EQ(DatabaseText(), SlaveText("a", "1"));
+    EXPECT_EQ(DatabaseText(),
+              "section {\nsiptrunk_master_enabled=1\nsiptrunk_slave_enabled=1\n}\n" +
+                  SlaveText("a", "1"));
 }
 
 TEST_F(Transfer, AnInputWithoutEndIsNotRead) {

@@ -45,8 +45,9 @@ class Watch : public ToolTest {
     std::string Printed() const {
         static const std::regex kTime(
             "[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}[+-][0-9]{2}:[0-9]{2}");
-        return std::regex_replace(ReadFile(m_out.File("out")), kTime, "TIME");
+        return std::regex_replace(AsPrinted(), kTime, "TIME");
     }
+    std::string AsPrinted() const { return ReadFile(m_out.File("out")); }
     std::string Errors() const { return ReadFile(m_out.File("err")); }
     pid_t Process() const { return m_process; }
     int End(int signal) {
@@ -112,7 +113,7 @@ TEST_F(Watch, JsonIsOneValueALine) {
         "\"old\":null,\"new\":\"5060\"}\n");
     Do({"delete", "branch"});
     ExpectNext("{\"time\":\"TIME\",\"change\":\"deleted\",\"name\":\"branch\"}\n");
-    std::istringstream lines(Printed());
+    std::istringstream lines(AsPrinted());
     for (std::string line; std::getline(lines, line);) {
         EXPECT_EQ(schema.Fault("watch", nlohmann::json::parse(line)), "") << line;
     }
@@ -153,11 +154,12 @@ TEST_F(Watch, TheSwitchesAreToldWhenTheyComeAndGo) {
 }
 
 TEST_F(Watch, AFolderThatIsReplacedIsFollowed) {
-    WriteDatabase(kTwoTrunks);
+    const std::string trunks = std::string(kTwoTrunks).substr(std::string(kTwoTrunks).find("\n\n"));
+    WriteDatabase(trunks);
     StartWatch({});
     const std::string folder = Folder() + "/telephony";
     ASSERT_EQ(mkdir((Folder() + "/new").c_str(), 0755), 0);
-    WriteFile(Folder() + "/new/siptrunkdb", kTwoTrunks);
+    WriteFile(Folder() + "/new/siptrunkdb", trunks);
     ASSERT_EQ(rename(folder.c_str(), (Folder() + "/old").c_str()), 0);
     ASSERT_TRUE(WaitUntil([&] {
         return Errors().find("siptrunkctl: the folder of " + DatabasePath() +

@@ -10,7 +10,7 @@
 
 #include "support/system_call.h"
 #include "tools/siptrunkctl/view/failure.h"
-#include "tools/siptrunkctl/view/text.h"
+#include "tools/siptrunkctl/view/harmless.h"
 
 bool WantsColor(const std::string& when, int fd) {
     if (when != "auto") {
@@ -28,7 +28,7 @@ void WriteError(std::string_view text) {
     }
 }
 
-void Tell(std::string_view text) { WriteError("siptrunkctl: " + Printable(text) + "\n"); }
+void Tell(std::string_view text) { WriteError("siptrunkctl: " + Harmless(text) + "\n"); }
 
 Layout Output::TheLayout() const {
     Layout layout;

@@ -1,5 +1,7 @@
 #include "tools/siptrunkctl/view/text.h"
 
+#include "tools/siptrunkctl/view/harmless.h"
+
 #include <algorithm>
 #include <cctype>
 
@@ -42,8 +44,9 @@ bool IsIn(const Range (&ranges)[Size], std::uint32_t point) {
 class Escaper {
   public:
     // first, last  the text's part whose blanks stay as they are
-    Escaper(std::string_view text, std::size_t first, std::size_t last)
-        : m_text(text), m_first(first), m_last(last) {}
+    // doubles      whether backslashes before what looks escaped are doubled
+    Escaper(std::string_view text, std::size_t first, std::size_t last, bool doubles = true)
+        : m_text(text), m_first(first), m_last(last), m_doubles(doubles) {}
 
     std::string Run() {
         std::string printable;
@@ -76,7 +79,8 @@ class Escaper {
 
     std::size_t AppendBackslashes(std::string& printable, std::size_t begin) const {
         const std::size_t end = std::min(m_text.find_first_not_of('\\', begin), m_text.size());
-        const bool isDoubled = end < m_text.size() && (m_text[end] == 'x' || IsEscaped(end));
+        const bool isDoubled =
+            m_doubles && end < m_text.size() && (m_text[end] == 'x' || IsEscaped(end));
         printable.append((isDoubled ? 2 : 1) * (end - begin), '\\');
         return end;
     }
@@ -92,6 +96,7 @@ class Escaper {
     std::string_view m_text;
     std::size_t m_first;
     std::size_t m_last;
+    bool m_doubles;
 };
 
 char LowerCase(char letter) {
@@ -185,6 +190,8 @@ std::size_t Width(std::string_view text) {
 }
 
 std::string Printable(std::string_view text) { return Escaper(text, 0, text.size()).Run(); }
+
+std::string Harmless(std::string_view text) { return Escaper(text, 0, text.size(), false).Run(); }
 
 std::string PrintableCell(std::string_view text) {
     if (text == "-") {
