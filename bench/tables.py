@@ -1,141 +1,122 @@
-"""Prints in Markdown what the benchmark's programs have written to the folder in the argument."""
+"""Prints in Markdown what script/bench measured, and writes the data of the plots.
+
+The argument is the folder of the measurements, to which the data goes as well.
+"""
 
 import collections
 import json
 import math
-import os
+import pathlib
 import statistics
 import sys
 
 SIZES = (10, 100, 1000, 10000)
-JOBS = {
-    "find": "Find one trunk by name",
-    "list": "List the trunks to a master",
-    "store": "Store a trunk, in memory",
-    "store-disk": "Store a trunk, on the disk",
-}
-# Of the library's time to the floor's, by number of trunks.
-TARGETS = {
-    "find": (1.0, 0.80, 0.60, 0.60),
-    "list": (1.15, 1.45, 1.7, 1.7),
-    "store": (1.0, 1.0, 0.95, 0.95),
-    "store-disk": (1.05, 1.05, 1.0, 1.0),
-}
-FIRST = ("limit", "floor", "raiklaik")
+JOBS = ("find", "list", "store")
 
 
-def in_order(contestants):
-    return [name for name in FIRST if name in contestants] + sorted(
-        set(contestants) - set(FIRST), key=str.lower)
+def read_times(path):
+    """Median microseconds by job, contestant and size."""
+    repetitions = collections.defaultdict(list)
+    for run in json.loads(path.read_text())["benchmarks"]:
+        if run["run_type"] == "iteration":
+            job, contestant, size, *elapsed = run["name"].split("/")
+            time = run["real_time" if elapsed else "cpu_time"]
+            repetitions[job, contestant, int(size)].append(time / 1000)
+    return {key: statistics.median(times) for key, times in repetitions.items()}
 
 
-def print_table(title, head, rows):
-    print(f"\n**{title}**\n")
-    print("| " + " | ".join(head) + " |")
+def read_counts(path):
+    """Thousand instructions by job, contestant and size."""
+    counts = {}
+    for contestant, job, size, count in map(str.split, path.open()):
+        counts[job, contestant, int(size)] = int(count) / 1000
+    return counts
+
+
+def read_heap(path):
+    """Allocations and bytes beside the file's by job and size."""
+    heap = {}
+    for job, size, allocations, peak, file in map(str.split, path.open()):
+        heap[job, int(size)] = int(allocations), int(peak) - int(file)
+    return heap
+
+
+def print_table(head, rows):
+    print("\n| " + " | ".join(head) + " |")
     print("|---" * len(head) + "|")
     for row in rows:
         print("| " + " | ".join(row) + " |")
 
 
 def three_digits(value):
-    return f"{value:.{max(0, 2 - math.floor(math.log10(value)))}f}"
+    return f"{value:,.{max(0, 2 - math.floor(math.log10(value)))}f}"
 
 
-def read_times(folder):
-    """Median microseconds by job, contestant and size."""
-    with open(os.path.join(folder, "times.json"), encoding="utf-8") as file:
-        runs = json.load(file)["benchmarks"]
-    repetitions = collections.defaultdict(list)
-    for run in runs:
-        if run["run_type"] == "iteration":
-            job, contestant, size = run["name"].split("/")[:3]
-            elapsed = run["name"].endswith("/real_time")
-            time = run["real_time" if elapsed else "cpu_time"]
-            repetitions[job, contestant, int(size)].append(time / 1000)
-    return {key: statistics.median(times) for key, times in repetitions.items()}
-
-
-def print_times(times):
-    for job, title in JOBS.items():
-        rows = []
-        for contestant in in_order({key[1] for key in times}):
-            medians = [times[job, contestant, size] for size in SIZES]
-            ratios = [median / times[job, "floor", size] for median, size in zip(medians, SIZES)]
-            exponent = math.log10(medians[3] / medians[2])
-            rows.append([contestant]
-                        + [f"{three_digits(median)} ({ratio:.2f})"
-                           for median, ratio in zip(medians, ratios)]
-                        + [f"{exponent:.2f}"])
-            if contestant == "raiklaik":
-                rows.append(["*target*"] + [f"({ratio:.2f})" for ratio in TARGETS[job]] + ["1.05"])
-        head = [""] + [f"{size} trunks" for size in SIZES] + ["exponent"]
-        print_table(f"{title}: microseconds (ratio to the floor)", head, rows)
-
-
-def read_lines(folder, name):
-    """The lines of a file as lists of words, by contestant, job and number."""
-    lines = collections.defaultdict(list)
-    with open(os.path.join(folder, name), encoding="utf-8") as file:
-        for contestant, job, number, *values in map(str.split, file):
-            lines[contestant, job, int(number)].append([float(value) for value in values])
-    return lines
-
-
-def print_counts(counts):
-    for job in ("find", "list", "store"):
-        rows = []
-        for contestant in in_order({key[0] for key in counts} - {"limit"}):
-            row = [contestant]
-            for size in SIZES:
-                allocations, peak, _, _ = counts[contestant, job, size][0]
-                row.append(f"{allocations:.0f}, {three_digits(peak / 1024)} KiB")
-            rows.append(row)
-        targets = []
-        for size in SIZES:
-            allocations = {"find": 5, "store": 6, "list": 6 + 2 * size // 2}[job]
-            file_size = counts["raiklaik", job, size][0][3]
-            peak = "" if job == "list" else f", {three_digits(file_size / 1024 + 8)} KiB"
-            targets.append(f"{allocations}{peak}")
-        rows.insert(2, ["*target*"] + targets)
-        head = [""] + [f"{size} trunks" for size in SIZES]
-        print_table(f"{JOBS[job].split(',')[0]}: allocations of one operation, and their peak",
-                    head, rows)
-
-
-def print_contention(contention):
+def rows_of(title, measured, jobs):
     rows = []
-    for _, job, processes in (key for key in contention if key[0] == "raiklaik"):
-        cells = []
-        rates = {}
-        for contestant in ("floor", "raiklaik"):
-            rounds = contention[contestant, job, processes]
-            rates[contestant] = statistics.median(rate for rate, _, _ in rounds)
-            fairness = statistics.median(least / most for _, least, most in rounds)
-            cells += [f"{rates[contestant]:.0f}", f"{fairness:.2f}"]
-        ratio = rates["raiklaik"] / rates["floor"]
-        rows.append([f"{job}, {processes}", *cells, f"{ratio:.2f}"])
-    rows.append(["*target*", "", "", "", "0.90", "1.00"])
-    print_table("Processes at once, 1000 trunks: operations per second of all, least to most",
-                ["", "floor", "evenness", "raiklaik", "evenness", "ratio"], rows)
+    for job in jobs:
+        row = [f"{title}: {job.replace('-', ', ')}"]
+        for size in SIZES:
+            value = measured[job, "raiklaik", size]
+            row.append(f"{three_digits(value)} ({value / measured[job, 'floor', size]:.2f})")
+        rows.append(row)
+    return rows
 
 
-def print_sizes(folder, counts):
-    stripped = os.path.getsize(os.path.join(folder, "stripped")) / 1024
-    rows = [["library file, stripped", f"{stripped:.0f} KiB", "140 KiB"]]
-    for job in ("find", "list", "store"):
-        resident = counts["raiklaik", job, 1000][0][2] / 1024
-        rows.append([f"resident memory that a first {job} adds, 1000 trunks",
-                     f"{resident:.0f} KiB", "500 KiB"])
-    print_table("Sizes", ["", "raiklaik", "*target*"], rows)
+def ratios(measured, contestant, size=1000):
+    return [f"{measured[job, contestant, size] / measured[job, 'floor', size]:.2f}" for job in JOBS]
+
+
+def peers(measured):
+    contestants = {contestant for _, contestant, _ in measured}
+    return sorted(contestants - {"floor", "raiklaik"}, key=str.lower)
+
+
+def print_memory(folder):
+    heap = read_heap(folder / "heap-arm")
+    listed = {size: heap["list", size][0] for size in (10, 10000)}
+    arm, x86_64 = ((folder / f"stripped-{processor}").stat().st_size / 1024
+                   for processor in ("arm", "x86_64"))
+    per_record = (listed[10000] - listed[10]) / (5000 - 5)
+    print(f"\nFrom the heap a find allocates {heap['find', 1000][0]} times, a store "
+          f"{heap['store', 1000][0]} times, a list {listed[10] - 5 * per_record:.0f} times and "
+          f"{per_record:.0f} for each record. With 1000 trunks a find takes "
+          f"{heap['find', 1000][1] / 1024:.1f} KiB beside the file's text, a store "
+          f"{heap['store', 1000][1] / 1024:.1f} KiB (32-bit ARM). The stripped library has "
+          f"{arm:.0f} KiB on 32-bit ARM, {x86_64:.0f} KiB on x86-64.")
+
+
+def write_plot(folder, name, measured):
+    for job in JOBS:
+        with open(folder / f"{name}-{job}.dat", "w", encoding="utf-8") as data:
+            contestants = ["raiklaik", "floor", *peers(measured)]
+            print("trunks", *contestants, file=data)
+            for size in SIZES:
+                print(size, *(measured[job, each, size] for each in contestants), file=data)
 
 
 def main():
-    folder = sys.argv[1]
-    counts = read_lines(folder, "counts")
-    print_times(read_times(folder))
-    print_counts(counts)
-    print_contention(read_lines(folder, "contention"))
-    print_sizes(folder, counts)
+    folder = pathlib.Path(sys.argv[1])
+    arm = read_counts(folder / "arm")
+    times = read_times(folder / "times.json")
+    print("Thousand instructions on 32-bit ARM, microseconds on x86-64 (ratio to the floor):")
+    print_table([""] + [f"{size} trunks" for size in SIZES],
+                rows_of("32-bit ARM", arm, JOBS)
+                + rows_of("x86-64", times, [*JOBS, "store-on disk"]))
+    plain = read_times(folder / "times-plain.json")
+    others = {"time on x86-64 compiled without SSE2": ratios(plain, "raiklaik")}
+    if (folder / "aarch64").exists():
+        aarch64 = read_counts(folder / "aarch64")
+        others["instructions on AArch64"] = ratios(aarch64, "raiklaik")
+    print("\nRatio to the floor of find, list and store with 1000 trunks: "
+          + "; ".join(f"{name} {', '.join(values)}" for name, values in others.items()) + ".")
+    print("\nBeside other libraries, ratio to the floor with 1000 trunks:")
+    print_table([""] + [f"{name}: {job}" for name in ("ARM", "x86-64") for job in JOBS],
+                [[each] + (ratios(arm, each) if ("find", each, 1000) in arm else [""] * 3)
+                 + ratios(times, each) for each in ["raiklaik", *peers(times)]])
+    print_memory(folder)
+    write_plot(folder, "arm", arm)
+    write_plot(folder, "x86_64", times)
 
 
 main()

@@ -44,7 +44,7 @@ void RegisterAll(const std::string& memory, const std::string& disk) {
             for (const Job& job : Jobs()) {
                 Register(job.name, memory, job, kind, trunks);
             }
-            Register("store-disk", disk, JobNamed("store"), kind, trunks)->UseRealTime();
+            Register("store-on disk", disk, JobNamed("store"), kind, trunks)->UseRealTime();
         }
     }
 }
