@@ -7,6 +7,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <set>
 
@@ -41,11 +42,6 @@ bool IsSameFile(const FileStatus& a, const FileStatus& b) {
     return a.device == b.device && a.inode == b.inode;
 }
 
-bool IsSameText(const FileStatus& a, const FileStatus& b) {
-    return IsSameFile(a, b) && a.changeSeconds == b.changeSeconds &&
-           a.changeNanoseconds == b.changeNanoseconds;
-}
-
 }  // namespace
 
 FileWatch::FileWatch(const std::string& path)
@@ -58,9 +54,10 @@ FileWatch::FileWatch(const std::string& path)
     WatchAll();
 }
 
-// One that is not there cannot be watched; the one above tells when it comes.
+// One that is not there cannot be watched; the one above tells when it comes. Two ways may lead to one
+// folder, so the events are added to those that are watched for.
 void FileWatch::Watch(const std::string& folder, std::uint32_t events) const {
-    (void)inotify_add_watch(m_events.Number(), folder.c_str(), events);
+    (void)inotify_add_watch(m_events.Number(), folder.c_str(), events | IN_MASK_ADD);
 }
 
 // The way as it is written, and the way as it really is, which differ where there are links.
@@ -79,19 +76,31 @@ void FileWatch::WatchAll() {
         Watch(folder, folder == last ? kComings | IN_CLOSE_WRITE : kComings);
     }
     m_folder = StatusOf(last);
+    m_name = RealPath(m_path).substr(RealPath(m_path).rfind('/') + 1);
 }
 
-void FileWatch::WaitForEvent() const {
+// Returns whether one of the events is about the file; its times are too coarse to tell.
+bool FileWatch::WaitForEvent() const {
     alignas(struct inotify_event) std::array<char, 4096> block{};
-    if (RetryInterrupted([&] { return read(m_events.Number(), block.data(), block.size()); }) ==
-        -1) {
+    const ssize_t count =
+        RetryInterrupted([&] { return read(m_events.Number(), block.data(), block.size()); });
+    if (count == -1) {
         ThrowSystemFailure(errno, m_path, "watch");
     }
+    bool isAbout = false;
+    struct inotify_event event {};
+    for (std::size_t at = 0; at < static_cast<std::size_t>(count);
+         at += sizeof(event) + event.len) {
+        std::memcpy(&event, block.data() + at, sizeof(event));
+        const bool isNamed = event.len > 0 && m_name == block.data() + at + sizeof(event);
+        isAbout = isAbout || isNamed || (event.mask & IN_Q_OVERFLOW) != 0;
+    }
+    return isAbout;
 }
 
 FileWatch::News FileWatch::Wait() {
     while (true) {
-        WaitForEvent();
+        const bool isAbout = WaitForEvent();
         const FileStatus folderBefore = m_folder;
         const FileStatus fileBefore = m_file;
         WatchAll();
@@ -99,7 +108,7 @@ FileWatch::News FileWatch::Wait() {
         if (!IsSameFile(folderBefore, m_folder)) {
             return m_folder.mode == 0 ? News::kFolderGone : News::kFolderReplaced;
         }
-        if (!IsSameText(fileBefore, m_file)) {
+        if (isAbout || !IsSameFile(fileBefore, m_file)) {
             return News::kFile;
         }
     }

@@ -21,12 +21,13 @@ class FileWatch {
     News Wait();
 
   private:
-    void WaitForEvent() const;
+    bool WaitForEvent() const;
     void WatchAll();
     void Watch(const std::string& folder, std::uint32_t events) const;
 
     std::string m_path;
+    std::string m_name;  // of the file in its folder, after links
     FileDescriptor m_events;
     support::FileStatus m_folder;  // of the folder that the file is in; mode 0 while there is none
-    support::FileStatus m_file;    // as last seen
+    support::FileStatus m_file;    // the one last seen
 };
