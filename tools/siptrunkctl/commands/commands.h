@@ -8,6 +8,7 @@
 // as the callback of CLI11. `context` outlives `root`.
 
 void AddTrunkQueries(CLI::App& root, Context& context);
+void AddCheck(CLI::App& root, Context& context);
 void AddTrunkChanges(CLI::App& root, Context& context);
 void AddMasterLink(CLI::App& root, Context& context);
 void AddSlaveRegistrations(CLI::App& root, Context& context);
