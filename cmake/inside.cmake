@@ -4,7 +4,8 @@ add_library(raiklaik_flags INTERFACE)
 target_include_directories(raiklaik_flags INTERFACE "${CMAKE_CURRENT_SOURCE_DIR}"
                                                     "${CMAKE_CURRENT_SOURCE_DIR}/include")
 target_compile_definitions(raiklaik_flags INTERFACE _FILE_OFFSET_BITS=64)
-target_compile_options(raiklaik_flags INTERFACE -U_TIME_BITS ${warningOptions} ${hardeningCompileOptions})
+target_compile_options(raiklaik_flags INTERFACE -U_TIME_BITS ${warningOptions}
+                                                ${hardeningCompileOptions})
 target_link_options(raiklaik_flags INTERFACE ${hardeningLinkOptions})
 
 # One compilation serves the library and all of these.

@@ -1,3 +1,4 @@
+#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -99,12 +100,22 @@ TEST_F(LoggerTest, ACancelledThreadMakesItsCallsToTheEnd) {
     CSIPTrunkLogger shared(LogPath().c_str());
     EXPECT_TRUE(EndsBeforeItsCancelledThread([&] {
         const FixedClock clock(kMoment, 0);
-        shared.TRACE(3, "shared\n");
+        {
+            // Where the C library may look for a cancellation while a line is made.
+            const CallWatch making(Call::kNew, [](int /*number*/) {
+                pthread_testcancel();
+                return 0;
+            });
+            shared.TRACE(3, "shared %020d\n", 7);
+            EXPECT_GT(making.Count(), 0);
+        }
         CSIPTrunkLogger(LogPath().c_str()).TRACE(3, "own\n");
     }));
     const FixedClock clock(kMoment, 1);
     shared.TRACE(3, "after\n");
-    EXPECT_EQ(LogText(), "09:05:31.000  shared\n09:05:31.000  own\n        .001  after\n");
+    EXPECT_EQ(
+        LogText(),
+        "09:05:31.000  shared 00000000000000000007\n09:05:31.000  own\n        .001  after\n");
 }
 
 TEST_F(LoggerTest, AClockThatGoesBackGetsAFullPrefixToo) {

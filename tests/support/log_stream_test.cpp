@@ -310,7 +310,12 @@ TEST_F(LogStreamTest, APartOfALineThatCannotBeTakenBackIsEnded) {
         log.Write("second\n");
         EXPECT_EQ(full.Count(), 1) << "nothing follows when the part could not be ended";
     }
-    WriteInPart(log, 3, "third\n");
+    {
+        const ShortTransfers most(4);
+        const FailingCall full(Call::kWrite, ENOSPC, 3);
+        log.Write("third\n");
+    }
+    EXPECT_EQ(Text(), "firs\n") << "of the next part nothing is left";
     log.Write("fourth\n");
     EXPECT_EQ(Text(), "firs\nfirst\nsecond\nthird\nfourth\n");
 }
