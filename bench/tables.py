@@ -36,7 +36,8 @@ def read_counts(path):
 def read_heap(path):
     """Allocations and bytes beside the file's by job and size."""
     heap = {}
-    for job, size, allocations, peak, file in map(str.split, path.open()):
+    for line in path.open():
+        job, size, allocations, peak, file = line.split()[:5]
         heap[job, int(size)] = int(allocations), int(peak) - int(file)
     return heap
 
