@@ -97,7 +97,7 @@ void MakeRoom(std::vector<Section>& sections, std::size_t end, std::size_t textS
     // at first to tell.
     constexpr std::size_t kFirst = 256;
     const std::size_t count = sections.size();
-    const std::size_t expected = count == 0 ? 0 : textSize / (end / count);
+    const std::size_t expected = count == 0 ? 0 : textSize / std::max<std::size_t>(end / count, 1);
     sections.reserve(std::max({kFirst, expected, count + count / 2}));
 }
 

@@ -29,6 +29,7 @@ constexpr const char* kFolders = ":folders";
 /// One run of the tool: what was asked of every command, the library, and the answer.
 struct Context {
     Context() = default;
+    ~Context() = default;
     Context(const Context&) = delete;
     Context& operator=(const Context&) = delete;
 

@@ -76,7 +76,7 @@ std::string EditedText(PrivateCopy& copy, const std::string& before) {
             }
             throw;
         }
-        const std::string text = copy.Text();
+        std::string text = copy.Text();
         const Database edited = ScanDatabase(text);
         std::vector<Problem> problems =
             edited.problems.empty() ? NewProblems(old, edited) : edited.problems;

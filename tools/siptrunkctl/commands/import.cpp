@@ -149,8 +149,8 @@ struct Outcome {
 // Checks everything against what is stored, and stores the input unless it is only a trial.
 Outcome Apply(Input& input, const ImportOptions& options) {
     const std::string path = DatabasePath();
-    const std::string text = HasDatabase() ? ReadDatabaseText(path) : "";
-    const Database stored = ScanDatabase(text);
+    const std::string before = HasDatabase() ? ReadDatabaseText(path) : "";
+    const Database stored = ScanDatabase(before);
     RequireSound(path, stored);
     const Sections kept = options.replace ? Sections() : stored.sections;
     if (!kept.empty() && IsSwitches(kept.front())) {
@@ -165,11 +165,11 @@ Outcome Apply(Input& input, const ImportOptions& options) {
     RequireFree(input, kept);
     FillHidden(input, stored.sections);
     RequireGood(input, kept);
-    const std::string whole = TextWith(text, stored, input.sections, options.replace);
-    if (!options.dryRun && (whole != text || !HasDatabase())) {
-        StoreDatabase(text, whole);
+    const std::string whole = TextWith(before, stored, input.sections, options.replace);
+    if (!options.dryRun && (whole != before || !HasDatabase())) {
+        StoreDatabase(before, whole);
     }
-    return {Compare(stored.sections, ScanDatabase(whole).sections), whole != text};
+    return {Compare(stored.sections, ScanDatabase(whole).sections), whole != before};
 }
 
 void Import(Context& context, const ImportOptions& options) {

@@ -4,7 +4,7 @@
 #include <string>
 
 /// The largest file that is read, in bytes. A database of this size has 100,000 trunks.
-constexpr std::size_t kLargestFile = 32 * 1024 * 1024;
+constexpr std::size_t kLargestFile = std::size_t{32} << 20U;
 
 /// Reads a file whole, or the standard input when `name` is "-". FIFOs are read like files.
 /// limit  the bytes that are taken at most

@@ -30,7 +30,7 @@ constexpr std::pair<const char*, const char*> kOtherWords[] = {
     {"mv", "rename"},     {"set", "modify"}, {"cat", "show"}};
 
 std::string PathOf(const CLI::App* app) {
-    const std::string name = app->get_name();
+    const std::string& name = app->get_name();
     return app->get_parent() == nullptr ? name : PathOf(app->get_parent()) + " " + name;
 }
 
