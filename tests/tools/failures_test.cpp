@@ -295,16 +295,16 @@ TEST_F(Failures, ALockHeldByAStoppedProcessIsWaitedForAsLongAsWanted) {
     WriteFile(exportedFile, exported);
     Gate held;
     ChildProcess holder([&] {
-        WriteFile(Folder() + "/holder", std::to_string(getpid()));
+        WriteFile(Folder() + "/holder", NumberAndNameOfThisProcess());
         Semaphore lock(43, "/bin/ls");
         lock.Lock(true);
         held.Open();
         (void)raise(SIGSTOP);
     });
     held.Pass();
-    const std::string cause =
-        "the device's lock is still held by process " + ReadFile(Folder() + "/holder") +
-        " (siptrunkctl_tes) after the time of --wait; let it go on, or end it";
+    const std::string cause = "the device's lock is still held by process " +
+                              ReadFile(Folder() + "/holder") +
+                              " after the time of --wait; let it go on, or end it";
     ExpectFailure({"delete", "office", "--wait", "0.05"}, 1, cause);
     ExpectFailure({"show", "office", "--wait", "0"}, 1, cause);
     ExpectFailure({"import", "-", "--replace", "--wait", "0.05"}, 1, cause, exported);

@@ -4,6 +4,7 @@
 #include <spawn.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
@@ -126,4 +127,10 @@ void ToolTest::ExpectFailure(const Words& words, int code, const std::string& te
 void ToolTest::Do(const Words& words, std::string_view input) const {
     const Answer answer = Run(words, input);
     ASSERT_EQ(answer.code, 0) << answer.err;
+}
+
+std::string NumberAndNameOfThisProcess() {
+    std::string name = ReadFile("/proc/self/comm");
+    name.pop_back();  // the line feed
+    return std::to_string(getpid()) + " (" + name + ")";
 }

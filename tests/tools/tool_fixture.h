@@ -58,6 +58,9 @@ class ToolTest : public ::testing::Test {
     TempFolder m_streams;
 };
 
+/// Returns "NUMBER (NAME)" of the calling process; an emulated one has its emulator's name.
+std::string NumberAndNameOfThisProcess();
+
 /// A database with the agents' switches, a trunk to a master "office" (active, kept registered) and
 /// a trunk for a slave "branch" (registered).
 extern const char* const kTwoTrunks;
