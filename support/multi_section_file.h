@@ -79,7 +79,8 @@ class MultiSectionFile {
     void DeleteSectionEntry(const char* key);
 
     /// Writes the whole file back to the path it was loaded from; on return it is on the disk
-    /// (ReplaceFile in support/durable_file.h). Neither argument is used. Throws std::system_error.
+    /// (ReplaceFile in support/durable_file.h). Neither argument is used. Throws std::system_error, and
+    /// std::runtime_error when the file was replaced since it was loaded.
     void Save(bool, const char*);
 
   private:
