@@ -8,7 +8,7 @@
 /// A new folder, removed with the object.
 class ScratchFolder {
   public:
-    /// parent  an existing folder; decides whether the files are on the disk or in memory
+    /// @param parent an existing folder; decides whether the files are on the disk or in memory
     explicit ScratchFolder(const std::string& parent);
     ~ScratchFolder();
     ScratchFolder(const ScratchFolder&) = delete;
@@ -33,8 +33,8 @@ class BenchLock {
 /// Writes a new file, without a sync.
 void WriteText(const std::string& path, std::string_view text);
 
-/// Replaces a file so that a power cut leaves the old or the new one: temporary file, fsync, rename,
-/// fsync of the folder.
+/// Replaces a file so that a power cut leaves the old or the new one: temporary file, fsync,
+/// rename, fsync of the folder.
 void ReplaceDurably(const std::string& folder, const std::string& path, std::string_view text);
 
 /// The text of a trunk database: the switches and the trunks as the library writes them, a comment

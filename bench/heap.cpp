@@ -59,8 +59,8 @@ void free(void* memory) noexcept {
 
 namespace {
 
-// A save costs three more than a find: what changed, the pieces to write, and the folder that is swept;
-// the list of sections may have to grow once.
+// A save costs three more than a find: what changed, the pieces to write, and the folder that is
+// swept; the list of sections may have to grow once.
 constexpr long kMostAllocations = 8;
 constexpr long kMostAllocationsOfAStore = 11;
 

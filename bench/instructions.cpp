@@ -1,5 +1,5 @@
-// Runs one job some times, for a counter of instructions to look at. Without arguments it prints the
-// contestants' names.
+// Runs one job some times, for a counter of instructions to look at. Without arguments it prints
+// the contestants' names.
 
 #include <iostream>
 #include <string>

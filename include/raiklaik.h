@@ -3,8 +3,8 @@
 // raiklaik: the SIP trunk configuration of a telephony device.
 //
 // A SIP trunk links two devices: a master, which accepts registrations, and a slave, which
-// registers to it. One device may be both. The trunks live in a text file, the trunk database, which
-// programs read and change through this library. docs/database.md describes the file.
+// registers to it. One device may be both. The trunks live in a text file, the trunk database,
+// which programs read and change through this library. docs/database.md describes the file.
 
 #include <sys/timeb.h>
 
@@ -117,10 +117,11 @@ class __attribute__((visibility("default"))) CSIPTrunkLogger {
     CSIPTrunkLogger& operator=(const CSIPTrunkLogger&) = delete;
 
     /// Writes one line.
-    /// level   1 for errors, 3 for information; every level is written
-    /// format  of printf's kind; ends in a line feed, since none is added. Other control
-    ///         characters, those in arguments as well, and marks that turn the direction of writing
-    ///         are written as \xNN for each of their bytes.
+    /// @param level 1 for errors, 3 for information; every level is written
+    /// @param format of printf's kind; ends in a line feed, since none is added. Other control
+    /// characters, those in arguments as well, and marks that turn the direction of writing are
+    /// written as `\xNN` for each of their bytes.
+    ///
     /// A line that the disk does not take is tried anew with the next one, as long as 2048 bytes
     /// hold what waits, and never reported.
     /// Throws a std::exception when the line cannot be made, above all without memory.
@@ -167,8 +168,9 @@ class __attribute__((visibility("default"))) CSIPTrunkLogger {
 class __attribute__((visibility("default"))) CSIPTrunkConfig {
   public:
     /// Makes a handle on the device's lock; touches no file.
-    /// logger  gets the progress and ERROR lines; may be null; stays the caller's and must outlive
-    ///         the object
+    /// @param logger gets the progress and ERROR lines; may be null; stays the caller's and must
+    /// outlive the object
+    ///
     /// Throws std::system_error when the kernel refuses the lock.
     explicit CSIPTrunkConfig(CSIPTrunkLogger* logger);
     /// Lets go of the handle; the lock stays for the others.
@@ -176,191 +178,204 @@ class __attribute__((visibility("default"))) CSIPTrunkConfig {
     CSIPTrunkConfig(const CSIPTrunkConfig&) = delete;
     CSIPTrunkConfig& operator=(const CSIPTrunkConfig&) = delete;
 
-    // ---- Trunk definitions ----
+    /// @name Trunk definitions
+    /// @{
 
     /// Reads one trunk whole.
-    /// trunkName  the trunk's name
-    /// record     receives the trunk; of `sym_nat` and `registration_status` only the one of the
-    ///            trunk's kind, true when the stored text begins with "1". Untouched when no trunk
-    ///            has the name; after a failure some fields may be set
-    /// Returns true when the trunk was found and read; false when there is none, or on failure.
+    /// @param trunkName the trunk's name
+    /// @param record receives the trunk; of `sym_nat` and `registration_status` only the one of the
+    /// trunk's kind, true when the stored text begins with "1". Untouched when no trunk has the
+    /// name; after a failure some fields may be set
+    /// @return true when the trunk was found and read; false when there is none, or on failure.
     bool GetSIPTrunkParams(const std::string& trunkName, CSIPTrunkBase::STParamsRecord& record);
 
     /// Lists the trunks of one kind, in file order.
-    /// trunks     each trunk is appended: name, user, address, port and stamp, for a slave's also
-    ///            `sym_nat`; never the password, type or registration status
-    /// trunkType  the exact "trunk_type"; a section without that key is in no list
-    /// flag       not used
-    /// Returns false on failure only; what was appended before it stays.
+    /// @param trunks each trunk is appended: name, user, address, port and stamp, for a slave's
+    /// also `sym_nat`; never the password, type or registration status
+    /// @param trunkType the exact "trunk_type"; a section without that key is in no list
+    /// @param flag not used
+    /// @return false on failure only; what was appended before it stays.
     bool GetSIPTrunkParams(std::list<CSIPTrunkBase::STParamsRecord>& trunks, std::string trunkType,
                            bool flag);
 
     /// Lists the trunks that show a registration, in file order: those to a master with a
     /// "registration_date" key, and those for a slave with a "slave_ip" key, even an empty one.
-    /// trunks  each trunk is appended: name, address and port, for a slave's also `sym_nat`; all
-    ///         else empty
-    /// Returns false on failure only; what was appended before it stays.
+    /// @param trunks each trunk is appended: name, address and port, for a slave's also `sym_nat`;
+    /// all else empty
+    /// @return false on failure only; what was appended before it stays.
     bool GetAllSIPTrunkParams(std::list<CSIPTrunkBase::STParamsRecord>& trunks);
 
     /// Stores a trunk: adds one, or rewrites the one now named `trunkName`. Nothing is checked for
     /// clashes (see CheckTrunk), and no key is removed: those of another kind stay. A missing file
     /// is created.
-    /// trunkName          the stored name; empty adds a trunk at the end of the file
-    /// record             the new definition, only read; its `remote_ip` and `remote_port` count
-    ///                    for a trunk to a master only, its stamp never
-    /// resetRegistration  true empties a slave's address and stamp; no effect on one to a master
-    /// Returns true when the change is on the disk; false when no trunk has that name, or on
+    /// @param trunkName the stored name; empty adds a trunk at the end of the file
+    /// @param record the new definition, only read; its `remote_ip` and `remote_port` count for a
+    /// trunk to a master only, its stamp never
+    /// @param resetRegistration true empties a slave's address and stamp; no effect on one to a
+    /// master
+    /// @return true when the change is on the disk; false when no trunk has that name, or on
     /// failure.
     bool SetSIPTrunkParams(const std::string& trunkName, CSIPTrunkBase::STParamsRecord& record,
                            bool resetRegistration);
 
     /// Removes a trunk with all its keys.
-    /// trunkName          the trunk's name
-    /// checkRegistration  true looks at the trunk's "registration_status" first
-    /// wasRegistered      set to true when `checkRegistration` is true and that status begins with
-    ///                    "1"; never set to false
-    /// Returns true when the removal is on the disk; false when no trunk has that name, or on
+    /// @param trunkName the trunk's name
+    /// @param checkRegistration true looks at the trunk's "registration_status" first
+    /// @param wasRegistered set to true when `checkRegistration` is true and that status begins
+    /// with "1"; never set to false
+    /// @return true when the removal is on the disk; false when no trunk has that name, or on
     /// failure.
     bool DeleteTrunk(const std::string& trunkName, bool checkRegistration, bool& wasRegistered);
 
     /// Tells whether a trunk that is to be stored would clash with another one.
-    /// currentName  the name of the trunk under edit, which is not compared; for an edit only
-    /// newName      the name to be stored
-    /// userName     the user name to be stored
-    /// operation    "op_edit" for an edit; everything else is an addition
-    /// Returns 0 when both are free, 1 when the name is taken, 2 when the user name is taken, 3 on
+    /// @param currentName the name of the trunk under edit, which is not compared; for an edit only
+    /// @param newName the name to be stored
+    /// @param userName the user name to be stored
+    /// @param operation "op_edit" for an edit; everything else is an addition
+    /// @return 0 when both are free, 1 when the name is taken, 2 when the user name is taken, 3 on
     /// failure. The first clash in file order counts; a section without a key takes part as if it
     /// were empty.
     int CheckTrunk(const std::string& currentName, const std::string& newName,
                    const std::string& userName, const std::string& operation);
+    /// @}
 
-    // ---- Trunks to a master ----
+    /// @name Trunks to a master
+    /// @{
 
     /// Lists whether trunks are active, in file order.
-    /// states     each trunk with a name is appended
-    /// trunkType  the exact "trunk_type", or "2" for all, also those without a type
-    /// Returns false on failure only; what was appended before it stays.
+    /// @param states each trunk with a name is appended
+    /// @param trunkType the exact "trunk_type", or "2" for all, also those without a type
+    /// @return false on failure only; what was appended before it stays.
     bool GetSIPTrunksState(std::list<CSIPTrunkBase::STTrunkState>& states,
                            const std::string& trunkType);
 
     /// Tells whether one trunk of any kind is active.
-    /// trunkName  the trunk's name
-    /// activity   receives the answer; look at it only when the result is true
-    /// Returns true, also for an unknown trunk; false on failure.
+    /// @param trunkName the trunk's name
+    /// @param activity receives the answer; look at it only when the result is true
+    /// @return true, also for an unknown trunk; false on failure.
     bool GetSIPTrunkState(const std::string& trunkName, CSIPTrunkBase::SIPTrunkActivity& activity);
 
     /// Tells whether a trunk to a master is to be kept registered: whether any section of that kind
     /// and name has exactly "1" as its "registration_status".
-    /// trunkName  the trunk's name
-    /// Returns false also for an unknown trunk and on failure.
+    /// @param trunkName the trunk's name
+    /// @return false also for an unknown trunk and on failure.
     bool GetStateOfTrunkToMaster(const std::string& trunkName);
 
     /// Marks a trunk to a master active: stamps it with the local date and time. The file is saved
     /// even when no trunk to a master has that name. Logs a progress line.
-    /// trunkName  the trunk's name
-    /// Returns true when the file is on the disk, false on failure.
+    /// @param trunkName the trunk's name
+    /// @return true when the file is on the disk, false on failure.
     bool SetTrunkToMasterActiveState(const std::string& trunkName);
 
     /// Marks a trunk to a master inactive: removes its stamp. The file is saved even when no trunk
     /// to a master has that name. Logs a progress line.
-    /// trunkName  the trunk's name
-    /// Returns true when the file is on the disk, false on failure.
+    /// @param trunkName the trunk's name
+    /// @return true when the file is on the disk, false on failure.
     bool SetTrunkToMasterInActiveState(const std::string& trunkName);
 
     /// Sets each "registration_status" that begins with "1" to "0", in trunks of every kind; the
     /// first section of the file, the agents' switches, is left alone. The file is always saved.
-    /// Returns true when the file is on the disk, false on failure.
+    /// @return true when the file is on the disk, false on failure.
     bool SetUnregisterStateToTrunks();
 
     /// Reads the registration parameters of a trunk to a master.
-    /// trunkName  the trunk's name
-    /// fields     receives them; untouched when no trunk to a master has the name
-    /// current    true reads the live ones, with `registration_status` true when the stored text is
-    ///            a number other than 0; false the saved copy, and `registration_status` stays
-    /// Returns true, also for an unknown trunk; false on failure.
+    /// @param trunkName the trunk's name
+    /// @param fields receives them; untouched when no trunk to a master has the name
+    /// @param current true reads the live ones, with `registration_status` true when the stored
+    /// text is a number other than 0; false the saved copy, and `registration_status` stays
+    /// @return true, also for an unknown trunk; false on failure.
     bool GetTrunkToMasterParams(const std::string& trunkName,
                                 CSIPTrunkBase::STRegistrationFields& fields, const bool& current);
 
     /// Saves a copy of the live registration parameters of a trunk to a master beside them, over an
     /// earlier copy. The file is saved even when no trunk to a master has that name.
-    /// trunkName  the trunk's name
-    /// Returns true when the file is on the disk, false on failure.
+    /// @param trunkName the trunk's name
+    /// @return true when the file is on the disk, false on failure.
     bool ChangeTrunkToMasterConfig(const std::string& trunkName);
+    /// @}
 
-    // ---- Registrations of slaves at this device ----
+    /// @name Registrations of slaves at this device
+    /// @{
 
     /// Stores a slave's registration in the first trunk, of any kind, with its user name. The file
     /// is saved even when there is none. Logs a progress line.
-    /// registration  user, address and port of the slave; an empty user means the first section
-    ///               whose "user_name" is empty or absent
-    /// refreshOnly   false stores address, port and stamp; true the stamp alone
-    /// Returns true when the file is on the disk, false on failure.
+    /// @param registration user, address and port of the slave; an empty user means the first
+    /// section whose "user_name" is empty or absent
+    /// @param refreshOnly false stores address, port and stamp; true the stamp alone
+    /// @return true when the file is on the disk, false on failure.
     bool SetRegisterParam(const CSIPTrunkBase::STRegistrationParam& registration,
                           const bool& refreshOnly);
 
     /// Stores a registered slave's new address and port, with a new stamp. The file is saved even
     /// when no trunk has the user name.
-    /// oldRegistration  its user name selects the trunk, as in SetRegisterParam; nothing more
-    /// newRegistration  its address and port are stored; nothing more
-    /// Returns true when the file is on the disk, false on failure.
+    /// @param oldRegistration its user name selects the trunk, as in SetRegisterParam; nothing more
+    /// @param newRegistration its address and port are stored; nothing more
+    /// @return true when the file is on the disk, false on failure.
     bool ChangeRegisterParam(const CSIPTrunkBase::STRegistrationParam& oldRegistration,
                              const CSIPTrunkBase::STRegistrationParam& newRegistration);
 
     /// Removes a slave's registration, whatever its address: address, port and stamp. The file is
     /// saved even when no trunk has the user name. Logs a progress line.
-    /// registration  its user name selects the first trunk that has a "user_name" key equal to it
-    /// Returns true when the file is on the disk, false on failure.
+    /// @param registration its user name selects the first trunk that has a "user_name" key equal
+    /// to it
+    /// @return true when the file is on the disk, false on failure.
     bool SetUnregisterParam(const CSIPTrunkBase::STRegistrationParam& registration);
 
     /// Lists the registered slaves, in file order: every section with a "slave_ip" key, even an
     /// empty one. Logs a progress line.
-    /// slaves  emptied once the lock is held, then filled
-    /// Returns false on failure; what was appended before it stays.
+    /// @param slaves emptied once the lock is held, then filled
+    /// @return false on failure; what was appended before it stays.
     bool InitRegisterSlaveList(std::vector<CSIPTrunkBase::STRegistrationParam>& slaves);
 
     /// Lists the accounts with which slaves may register at this device, in file order: the trunks
     /// whose "trunk_type" is exactly "0".
-    /// accessibleUsers  each is appended
-    /// Returns false on failure; what was appended before it stays.
+    /// @param accessibleUsers each is appended
+    /// @return false on failure; what was appended before it stays.
     bool GetMasterAccesibleUsersList(std::vector<CSIPTrunkBase::STAccessibleUser>& accessibleUsers);
 
     /// Lists the masters at which this device is to register, in file order: the trunks to a master
     /// whose "registration_status" is exactly "1". Each trunk that is listed loses its stamp and so
     /// becomes inactive. The file is always saved.
-    /// accessibleSlaves  each is appended, with `registration_status` false
-    /// Returns true when the file is on the disk; false on failure, with what was appended before.
+    /// @param accessibleSlaves each is appended, with `registration_status` false
+    /// @return true when the file is on the disk; false on failure, with what was appended before.
     bool GetSlaveAccesibleUsersList(
         std::vector<CSIPTrunkBase::STAccessibleSlave>& accessibleSlaves);
+    /// @}
 
-    // ---- Agents ----
+    /// @name Agents
+    /// @{
 
     /// Reads the agents' switches from the first section of the database. Logs a progress line.
-    /// states  a switch that is on is set to true; the others stay as they are, so clear them first
-    /// Returns true when both switches are there, or the file has no section; else false.
+    /// @param states a switch that is on is set to true; the others stay as they are, so clear them
+    /// first
+    /// @return true when both switches are there, or the file has no section; else false.
     bool GetSIPTrunkAgentStates(CSIPTrunkBase::STAgentStates& states);
 
     /// Stores the agents' switches. A missing file is created; when the first section lacks a
     /// switch, a new one with both is put before it. Logs a progress line.
-    /// states  the switches
-    /// Returns true when the change is on the disk, false on failure.
+    /// @param states the switches
+    /// @return true when the change is on the disk, false on failure.
     bool SetSIPTrunkAgentStates(const CSIPTrunkBase::STAgentStates& states);
 
     /// Tells whether the trunk service starts with the system: whether the last "START_SIPTRUNK" in
     /// the system start file, "sysconfig/rc.conf" below the base directory, is exactly "true".
-    /// Returns false also when the entry or the file is missing, and on failure.
+    /// @return false also when the entry or the file is missing, and on failure.
     bool LoadAgentStatus();
 
     /// Stores whether the trunk service starts with the system, in that file, which must exist; its
     /// other lines stay as they are.
-    /// flag  true when it starts
-    /// Returns true when the change is on the disk, false on failure.
+    /// @param flag true when it starts
+    /// @return true when the change is on the disk, false on failure.
     bool SaveAgentStatus(const bool& flag);
+    /// @}
 
-    // ---- Clock ----
+    /// @name Clock
+    /// @{
 
     /// Appends the local time of now, HH:MM:SS, to `time` and its date, MM/DD/YYYY, to `date`.
     /// Takes no lock and touches no file. Throws std::bad_alloc without memory.
     void GetLocalDateTime(std::string& time, std::string& date);
+    /// @}
 
   private:
     CSIPTrunkLogger* m_logger;

@@ -17,12 +17,12 @@ namespace Configuration {
 class ConfigFile {
   public:
     /// Loads a file.
-    /// path             the file; links are followed, only a regular file is taken
-    /// createIfMissing  true makes a missing file, empty, with mode 0600
-    /// readOnly         true refuses changes
-    /// separator, commentMark
-    ///                  the mark between key and value and the one that begins a comment, one
-    ///                  character each
+    /// @param path the file; links are followed, only a regular file is taken
+    /// @param createIfMissing true makes a missing file, empty, with mode 0600
+    /// @param readOnly true refuses changes
+    /// @param separator,commentMark the mark between key and value and the one that begins a
+    /// comment, one character each
+    ///
     /// The two other arguments are not used.
     /// Throws std::system_error with the text "path: step: reason" when the file cannot be read.
     ConfigFile(const char* path, bool createIfMissing, bool readOnly, bool, const char* separator,
@@ -33,11 +33,12 @@ class ConfigFile {
     ConfigFile& operator=(const ConfigFile&) = delete;
 
     /// Reads an entry.
-    /// key     the key; of several entries with it the last is read
-    /// buffer  receives at most `size` - 1 bytes of the value and a NUL; the empty text when
-    ///         the key is absent
-    /// size    the buffer's size in bytes
-    /// Returns 0 when the key is absent, otherwise the length of the text in the buffer and its NUL.
+    /// @param key the key; of several entries with it the last is read
+    /// @param buffer receives at most `size` - 1 bytes of the value and a NUL; the empty text when
+    /// the key is absent
+    /// @param size the buffer's size in bytes
+    /// @return 0 when the key is absent, otherwise the length of the text in the buffer and its
+    /// NUL.
     unsigned int GetEntry(const char* key, char* buffer, unsigned int size) const;
     /// Sets every entry with the key, or adds one at the end of the file. Returns true.
     /// Throws std::invalid_argument, before anything changes, when the file could not give the
@@ -45,8 +46,8 @@ class ConfigFile {
     bool SetEntry(const char* key, const char* value);
 
     /// Writes the whole file back to the path it was loaded from; on return it is on the disk
-    /// (ReplaceFile in support/durable_file.h). Neither argument is used. Throws std::runtime_error,
-    /// and std::logic_error for a read-only file.
+    /// (ReplaceFile in support/durable_file.h). Neither argument is used. Throws
+    /// std::runtime_error, and std::logic_error for a read-only file.
     void Save(bool, const char*);
 
   private:

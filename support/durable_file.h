@@ -10,7 +10,8 @@
 // What is kept, always:
 // 1. Until the rename, the file is not touched; the rename makes the new text visible at once.
 // 2. The new text is on the disk before the rename, and the rename before the function returns.
-// 3. The temporary file is readable by its owner alone until it has the old file's owner, access list
+// 3. The temporary file is readable by its owner alone until it has the old file's owner, access
+// list
 //    and mode, which are those from right before the rename.
 // 4. Every failure before the rename removes the temporary file.
 // 5. A file that is not the loaded one is not replaced.
@@ -24,13 +25,14 @@ using TextPieces = std::vector<std::string_view>;
 ///     /dir/NAME (old), /dir/.NAME.~XXXXX   while writing, syncing
 ///     /dir/NAME (new)                      after the rename; then the folder is synced
 ///
-/// The file keeps its owner, group, mode and access list; a path that is a link keeps being one, and
-/// the file behind it is replaced. Other hard links keep the old text; other extended attributes are
-/// not carried over. Temporary files that killed processes left are removed, so only one process may
-/// save a file at a time.
-/// path    an existing file
-/// loaded  the file that the text comes from; the new file from the rename on
-/// pieces  the text; a piece may be empty
+/// The file keeps its owner, group, mode and access list; a path that is a link keeps being one,
+/// and the file behind it is replaced. Other hard links keep the old text; other extended
+/// attributes are not carried over. Temporary files that killed processes left are removed, so only
+/// one process may save a file at a time.
+/// @param path an existing file
+/// @param loaded the file that the text comes from; the new file from the rename on
+/// @param pieces the text; a piece may be empty
+///
 /// Throws std::runtime_error with the text "path: step: reason" (std::system_error where a call
 /// failed; "was replaced meanwhile" where another file stands there). The file is then the old one,
 /// except when the text says that the new file is in place: the sync of the folder came after the

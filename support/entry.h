@@ -43,7 +43,8 @@ inline unsigned int CopyValue(std::string_view value, char* buffer, unsigned int
 const char* KeyFault(std::string_view key, char separator, char commentMark);
 
 /// Checks that a file gives back the entry `key``separator``value` as it was given.
-/// path  the file's name, for the failure's text
+/// @param path the file's name, for the failure's text
+///
 /// Throws std::invalid_argument when the key has a fault, and when the value holds a line feed. The
 /// text names the key and never the value, which may be a password.
 void CheckStorable(std::string_view path, std::string_view key, std::string_view value,

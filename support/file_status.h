@@ -25,16 +25,17 @@ struct FileStatus {
 };
 
 /// Looks at an entry of a folder, and not at what a link leads to. Returns false with errno set.
-/// folder  a descriptor, or AT_FDCWD for a `name` that is a path
+/// @param folder a descriptor, or AT_FDCWD for a `name` that is a path
 bool LookAt(int folder, const char* name, FileStatus& status);
 /// Looks at an open file. Returns false with errno set.
 bool LookAt(int file, FileStatus& status);
 
-/// Returns the path with the link at its end followed, and the link at that one's end, and so on;
+/// @return the path with the link at its end followed, and the link at that one's end, and so on;
 /// links in its folders are left to the kernel. Root follows only links of root's: whoever else
 /// made one could switch it, and have root read or replace any file.
-/// step    what is being done, for a failure's text
-/// status  receives what stands at the end; mode 0 when nothing does
+/// @param step what is being done, for a failure's text
+/// @param status receives what stands at the end; mode 0 when nothing does
+///
 /// Throws std::system_error with the text "path: step: reason".
 std::string FollowLinks(const char* path, const char* step, FileStatus& status);
 

@@ -117,8 +117,8 @@ long long LogStream::StartAnewWhenFull() {
     return 0;
 }
 
-// The text goes to the kernel in one write. A part that gets through is continued only while no other
-// process has written after it; else it is taken back, and the line waits whole.
+// The text goes to the kernel in one write. A part that gets through is continued only while no
+// other process has written after it; else it is taken back, and the line waits whole.
 void LogStream::WritePending(long long size) {
     if (m_isTorn) {
         if (Write(m_file, "\n") == 0) {

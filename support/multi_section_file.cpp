@@ -58,8 +58,8 @@ unsigned int MultiSectionFile::GetSectionEntry(const char* key, char* buffer,
     return CopyValue(entry->value, buffer, size) + 1;
 }
 
-// Returns the current section's text, to be changed; kLineFeedsAfterText line feeds follow it in the string.
-// After the change m_entries takes the section again.
+// Returns the current section's text, to be changed; kLineFeedsAfterText line feeds follow it in
+// the string. After the change m_entries takes the section again.
 std::string& MultiSectionFile::ChangeableText() {
     Section& section = m_sections[m_next - 1];
     if (!IsEdited(section)) {

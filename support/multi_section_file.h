@@ -28,13 +28,14 @@ namespace Configuration {
 class MultiSectionFile {
   public:
     /// Loads a file and stands before its first section.
-    /// path             the file; links are followed, only a regular file is taken
-    /// createIfMissing  true makes a missing file, empty, with mode 0600
-    /// readOnly         true refuses changes
-    /// keyword          the word that opens a section
-    /// opener, closer, separator, commentMark
-    ///                  the marks of the grammar, one character each, ASCII, no blank, and not in
-    ///                  the keyword; a line end behind it is part of the notation and not looked at
+    /// @param path the file; links are followed, only a regular file is taken
+    /// @param createIfMissing true makes a missing file, empty, with mode 0600
+    /// @param readOnly true refuses changes
+    /// @param keyword the word that opens a section
+    /// @param opener,closer,separator,commentMark the marks of the grammar, one character each,
+    /// ASCII, no blank, and not in the keyword; a line end behind it is part of the notation and
+    /// not looked at
+    ///
     /// The two other arguments are not used.
     /// Throws std::system_error with the text "path: step: reason" when the file cannot be read,
     /// and std::runtime_error with the text "path:line: reason" when it breaks the grammar.
@@ -55,11 +56,12 @@ class MultiSectionFile {
     void RestartSection() const;
 
     /// Reads an entry of the current section.
-    /// key     the key; of several entries with it the first is read
-    /// buffer  receives at most `size` - 1 bytes of the value and a NUL; the empty text when
-    ///         the key is absent
-    /// size    the buffer's size in bytes
-    /// Returns 0 when the key is absent, otherwise the length of the text in the buffer and its NUL.
+    /// @param key the key; of several entries with it the first is read
+    /// @param buffer receives at most `size` - 1 bytes of the value and a NUL; the empty text when
+    /// the key is absent
+    /// @param size the buffer's size in bytes
+    /// @return 0 when the key is absent, otherwise the length of the text in the buffer and its
+    /// NUL.
     unsigned int GetSectionEntry(const char* key, char* buffer, unsigned int size) const;
     /// Sets an entry of the current section: the first with this key, or a new one behind the last.
     /// Returns true. Throws std::invalid_argument, before anything changes, when the file could not
@@ -79,8 +81,8 @@ class MultiSectionFile {
     void DeleteSectionEntry(const char* key);
 
     /// Writes the whole file back to the path it was loaded from; on return it is on the disk
-    /// (ReplaceFile in support/durable_file.h). Neither argument is used. Throws std::system_error, and
-    /// std::runtime_error when the file was replaced since it was loaded.
+    /// (ReplaceFile in support/durable_file.h). Neither argument is used. Throws std::system_error,
+    /// and std::runtime_error when the file was replaced since it was loaded.
     void Save(bool, const char*);
 
   private:

@@ -31,8 +31,8 @@ key_t KeyOf(const std::string& name) {
     return key == IPC_PRIVATE ? 1 : key;  // IPC_PRIVATE would be a lock shared with nobody
 }
 
-// The kernel is asked each time: the child of a fork, by whatever call, must not take itself for the
-// thread that forked. glibc before 2.30 has no gettid().
+// The kernel is asked each time: the child of a fork, by whatever call, must not take itself for
+// the thread that forked. glibc before 2.30 has no gettid().
 pid_t CallingThread() { return static_cast<pid_t>(syscall(SYS_gettid)); }
 
 const char* StepText(int error) {
@@ -102,7 +102,8 @@ void Semaphore::Unlock() noexcept {
     }
     struct sembuf release = {0, -1, SEM_UNDO | IPC_NOWAIT};
     (void)RetryInterrupted([&] { return semop(set, &release, 1); });
-    // Forgotten after the release, so that a signal handler in between does not wait for this thread.
-    // By now the next holder may be another thread on this same handle: it is not forgotten.
+    // Forgotten after the release, so that a signal handler in between does not wait for this
+    // thread. By now the next holder may be another thread on this same handle: it is not
+    // forgotten.
     (void)m_holder.compare_exchange_strong(thread, 0);
 }

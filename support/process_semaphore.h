@@ -19,7 +19,8 @@
 class Semaphore {
   public:
     /// Obtains the lock of the pair, without taking it.
-    /// number, path  together the lock's identity; the path is a name only and is never opened
+    /// @param number,path together the lock's identity; the path is a name only and is never opened
+    ///
     /// Throws std::system_error, whose text names the lock and the cause, when the kernel refuses.
     Semaphore(int number, const char* path);
     /// Gives up the handle; the lock itself stays in the system.
@@ -31,7 +32,8 @@ class Semaphore {
     /// removed in the meantime is obtained again.
     /// The argument is whether to wait; callers always wait.
     /// Throws std::system_error, without the lock, when the kernel refuses; also when the calling
-    /// thread holds this handle already (EDEADLK), as in a signal handler, and it goes on holding it.
+    /// thread holds this handle already (EDEADLK), as in a signal handler, and it goes on holding
+    /// it.
     void Lock(bool);
 
     /// Releases the lock that the calling thread took through this handle. Does nothing when there

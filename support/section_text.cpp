@@ -93,8 +93,8 @@ const char* SectionGrammar::NextOtherEntry(const char* line, const char* end, En
 }
 
 void MakeRoom(std::vector<Section>& sections, std::size_t end, std::size_t textSize) {
-    // For as many as the text holds, should the others be as long as those so far. Enough are looked
-    // at first to tell.
+    // For as many as the text holds, should the others be as long as those so far. Enough are
+    // looked at first to tell.
     constexpr std::size_t kFirst = 256;
     const std::size_t count = sections.size();
     const std::size_t expected = count == 0 ? 0 : textSize / std::max<std::size_t>(end / count, 1);

@@ -8,8 +8,8 @@
 
 #include "support/word_step.h"
 
-// The text of a sectioned file. kLineFeedsAfterText line feeds follow every text and section that is read
-// here (support/whole_file.h), so that no search has to look where the text ends.
+// The text of a sectioned file. kLineFeedsAfterText line feeds follow every text and section that
+// is read here (support/whole_file.h), so that no search has to look where the text ends.
 
 namespace support {
 
@@ -41,26 +41,26 @@ inline std::string_view Between(const char* begin, const char* end) {
 /// The keyword and the marks, and what lines look like with them. An object never changes.
 class SectionGrammar {
   public:
-    /// keyword  the word that opens a section
-    /// opener, closer, separator, commentMark
-    ///          the marks, one character each; what follows it in the argument is not looked at
+    /// @param keyword the word that opens a section
+    /// @param opener,closer,separator,commentMark the marks, one character each; what follows it in
+    /// the argument is not looked at
     SectionGrammar(const char* keyword, const char* opener, const char* closer,
                    const char* separator, const char* commentMark);
 
     /// Tells the kind of a line, given without its line end. It holds no NUL byte.
     LineKind KindOf(std::string_view line) const;
 
-    /// Returns where the key of a section's line ends that is an entry as programs write it, without
-    /// blanks and marks in its key: at the separator. Null for a line of another look.
+    /// Returns where the key of a section's line ends that is an entry as programs write it,
+    /// without blanks and marks in its key: at the separator. Null for a line of another look.
     const char* WrittenKeyEnd(const char* line) const {
         const char* const end = m_keyLimit.First(line);
         return *end == m_separator && end[-1] != '\n' ? end : nullptr;
     }
 
     /// Cuts the next entry of a well-formed section.
-    /// line  the begin of a line of the section
-    /// end   where the section ends
-    /// Returns the begin of the line after the entry; null when there is no entry.
+    /// @param line the begin of a line of the section
+    /// @param end where the section ends
+    /// @return the begin of the line after the entry; null when there is no entry.
     const char* NextEntry(const char* line, const char* end, Entry& entry) const {
         const char* const keyEnd = WrittenKeyEnd(line);
         if (keyEnd == nullptr) {
@@ -133,7 +133,8 @@ class SectionEntries {
 };
 
 /// Checks a whole text and finds its sections.
-/// path  the file's name, for the failure's text
+/// @param path the file's name, for the failure's text
+///
 /// Throws std::runtime_error with the text "path:line: reason" at the first line that breaks the
 /// grammar, or holds a NUL byte, as lost writes leave them on flash.
 std::vector<Section> FindSections(const std::string& path, std::string_view text,

@@ -4,14 +4,14 @@
 #include <string_view>
 
 /// Throws std::system_error whose text is "subject: step: reason".
-/// error    the errno value of the failed call; gives the reason
-/// subject  what was worked on, mostly a path
-/// step     what was tried, with the cure behind it where there is one
+/// @param error the errno value of the failed call; gives the reason
+/// @param subject what was worked on, mostly a path
+/// @param step what was tried, with the cure behind it where there is one
 [[noreturn]] void ThrowSystemFailure(int error, std::string_view subject, std::string_view step);
 
 /// Makes a system call, and again for as long as a signal interrupts it.
-/// call  a callable that makes the call and returns its result, -1 on failure with errno set
-/// Returns the result of the first call that was not interrupted.
+/// @param call a callable that makes the call and returns its result, -1 on failure with errno set
+/// @return the result of the first call that was not interrupted.
 template <typename Call>
 auto RetryInterrupted(const Call& call) {
     auto result = call();

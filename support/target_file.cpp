@@ -32,8 +32,8 @@ void TargetFile::Fail(const char* step, int error) const {
 }
 
 FileDescriptor TargetFile::OpenFolder(const char* folder) const {
-    // The sweep reads the folder, and a time of access would be one more thing to write to the disk;
-    // only the folder's owner and root may do without it (open(2)).
+    // The sweep reads the folder, and a time of access would be one more thing to write to the
+    // disk; only the folder's owner and root may do without it (open(2)).
     const int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
     if (!OccupyStandardStreams()) {
         Fail("open folder");

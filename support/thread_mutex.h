@@ -1,4 +1,5 @@
 #pragma once
 
-// A public header, since the logger holds a ThreadMutex by value; so it stands where all of those do.
+// A public header, since the logger holds a ThreadMutex by value; so it stands where all of those
+// do.
 #include "include/support/thread_mutex.h"

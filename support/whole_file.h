@@ -16,7 +16,8 @@ struct FileIdentity {
     FileDescriptor file{-1};  ///< held open, for a removed file's inode is soon another file's
 };
 
-/// How many line feeds follow a loaded text, so that a search for a line's end needs no other limit.
+/// How many line feeds follow a loaded text, so that a search for a line's end needs no other
+/// limit.
 constexpr std::size_t kLineFeedsAfterText = 64;
 
 /// A text of fixed size on the heap, and line feeds after it.
@@ -33,9 +34,10 @@ FileText MakeText(std::size_t size);
 
 /// Reads a regular file whole. Links are followed; a folder, FIFO or device is refused and never
 /// waited for.
-/// path             the file
-/// createIfMissing  true makes a missing file, empty, with mode 0600 whatever the umask; folders
-///                  are never made
+/// @param path the file
+/// @param createIfMissing true makes a missing file, empty, with mode 0600 whatever the umask;
+/// folders are never made
+///
 /// Throws std::system_error with the text "path: step: reason".
 FileText ReadWholeFile(const char* path, bool createIfMissing);
 

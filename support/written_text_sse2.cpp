@@ -47,8 +47,9 @@ std::size_t LineBegin(std::string_view text, std::size_t position) {
 }  // namespace
 
 // A line that begins above ' ' and holds a separator, but not as its first byte, may stand in a
-// section. This looks at all lines of a block at once. A bit is added to the other bytes' bits where
-// each line begins; its carry runs over them to the line's first mark, which has to be a separator.
+// section. This looks at all lines of a block at once. A bit is added to the other bytes' bits
+// where each line begins; its carry runs over them to the line's first mark, which has to be a
+// separator.
 std::size_t SkipWrittenLines(std::string_view text, std::size_t line, const SectionGrammar& grammar,
                              std::vector<Section>& sections) {
     if (grammar.Separator() <= ' ') {

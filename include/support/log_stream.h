@@ -7,10 +7,10 @@
 /// A log file that several threads' and processes' lines reach whole.
 ///
 /// TRACE collects text in memory; Flush hands it to the kernel in one write at the end of the file.
-/// Control characters in a message, and marks that turn the direction of writing, are written as \xNN
-/// for each of their bytes, so that no text from outside can forge a line. An object is used by one
-/// thread at a time; any number of processes may log to one file. A thread that is cancelled meanwhile
-/// goes on until the call is over.
+/// Control characters in a message, and marks that turn the direction of writing, are written as
+/// `\xNN` for each of their bytes, so that no text from outside can forge a line. An object is used
+/// by one thread at a time; any number of processes may log to one file. A thread that is cancelled
+/// meanwhile goes on until the call is over.
 class LogStream {
     // A worse match for a number than a number's own type.
     struct Number {
@@ -19,15 +19,16 @@ class LogStream {
 
   public:
     /// Opens the log.
-    /// name          path of the file; a new one gets the mode 0640 less the umask
-    /// append        true keeps what the file holds, false empties it
-    /// create        true creates a missing file, false makes that a failure
-    /// maxFileSize   in bytes: a file that would outgrow it starts anew, empty
-    /// filesKept     how many files the log has: 1, since a full one starts anew
-    /// bufferSize    in bytes: memory kept ready for lines, and the most that is kept for another
-    ///               try after a failed write, or else the oldest line. No limit for a line, but
-    ///               one that has no end yet is cut to this size when it has to wait
-    /// syncAtFlush   true makes each Flush wait until the text is on the disk
+    /// @param name path of the file; a new one gets the mode 0640 less the umask
+    /// @param append true keeps what the file holds, false empties it
+    /// @param create true creates a missing file, false makes that a failure
+    /// @param maxFileSize in bytes: a file that would outgrow it starts anew, empty
+    /// @param filesKept how many files the log has: 1, since a full one starts anew
+    /// @param bufferSize in bytes: memory kept ready for lines, and the most that is kept for
+    /// another try after a failed write, or else the oldest line. No limit for a line, but one that
+    /// has no end yet is cut to this size when it has to wait
+    /// @param syncAtFlush true makes each Flush wait until the text is on the disk
+    ///
     /// Throws std::system_error, whose text names the path, when the file cannot be opened or is a
     /// pipe.
     LogStream(const char* name, bool append, bool create, int maxFileSize, int filesKept,
@@ -52,9 +53,9 @@ class LogStream {
     void TRACE(unsigned char, const char*, va_list, Number) = delete;
 
     /// Writes what was added. A write that fails is tried anew at the next Flush, and never
-    /// reported; of a line that was written in part, the part is taken back, or ended where the file
-    /// lets nothing be taken back. What a process added before it forked is written by itself alone,
-    /// not by its child.
+    /// reported; of a line that was written in part, the part is taken back, or ended where the
+    /// file lets nothing be taken back. What a process added before it forked is written by itself
+    /// alone, not by its child.
     void Flush();
 
   private:

@@ -21,8 +21,9 @@ struct ValueBuffer {
     unsigned int capacity;  ///< in bytes, the NUL included
 };
 
-/// A value buffer on the stack, so that there is no allocation to fail, but 1 KiB of the caller's stack
-/// to pay. Which operations use it and which a SmartBuffer is part of what each of them promises.
+/// A value buffer on the stack, so that there is no allocation to fail, but 1 KiB of the caller's
+/// stack to pay. Which operations use it and which a SmartBuffer is part of what each of them
+/// promises.
 struct LocalBuffer {
     char m_data[raiklaik::kValueCapacity] = "";
     std::uint32_t m_capacity = sizeof(m_data);
@@ -43,9 +44,9 @@ class HeldLock {
 };
 
 /// Runs the work of one operation.
-/// Buffer     SmartBuffer or LocalBuffer
-/// onFailure  the operation's result when a std::exception ended the work
-/// work       called with a ValueBuffer; opens the file it needs; its result is the operation's
+/// @param Buffer SmartBuffer or LocalBuffer
+/// @param onFailure the operation's result when a std::exception ended the work
+/// @param work called with a ValueBuffer; opens the file it needs; its result is the operation's
 template <typename Buffer, typename Result, typename Work>
 Result RunLocked(Semaphore& semaphore, CSIPTrunkLogger* logger, Result onFailure,
                  const Work& work) {

@@ -6,7 +6,7 @@ class CSIPTrunkLogger;
 // written is lost: it never changes what an operation does.
 
 /// Writes a progress line (level 3).
-/// format  of printf's kind, with the line feed at its end
+/// @param format of printf's kind, with the line feed at its end
 __attribute__((format(printf, 2, 3))) void TraceProgress(CSIPTrunkLogger* logger,
                                                          const char* format, ...);
 

@@ -5,8 +5,8 @@
 
 #include "tests/below/table.h"
 
-// Runs every operation above stand-ins for the support library, and compares the calls that it makes
-// on them, word for word, with those that it has to make.
+// Runs every operation above stand-ins for the support library, and compares the calls that it
+// makes on them, word for word, with those that it has to make.
 
 namespace below {
 namespace {

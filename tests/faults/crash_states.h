@@ -34,7 +34,7 @@ struct Disk {
 };
 
 /// Called with each state that the disk may be in.
-/// isOver  whether the cut comes after the last of the effects
+/// @param isOver whether the cut comes after the last of the effects
 using CrashVisitor = std::function<void(const Disk& disk, bool isOver)>;
 
 /// Goes through all states for a cut before, between and after these effects.

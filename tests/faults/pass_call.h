@@ -8,9 +8,9 @@
 // How the functions that stand in place of libc's pass a call on.
 
 /// Makes one call, disturbed or not.
-/// failure  the result of the call when it fails
-/// make     makes the call; told whether it may do only a part of its work
-/// note     called with the watch after a call that succeeded
+/// @param failure the result of the call when it fails
+/// @param make makes the call; told whether it may do only a part of its work
+/// @param note called with the watch after a call that succeeded
 template <typename Result, typename Make, typename Note>
 Result Pass(CallKind kind, Result failure, const Make& make, const Note& note) {
     DisturbedCalls* watch = DisturbedCalls::Current();

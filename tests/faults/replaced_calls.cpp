@@ -13,8 +13,8 @@
 #include "tests/faults/replaced_function.h"
 
 // What stands in place of libc's functions, under the names that the library calls. It is built for
-// large files: with glibc many names end in 64, and off_t and struct stat are theirs; with musl there
-// is one name for each.
+// large files: with glibc many names end in 64, and off_t and struct stat are theirs; with musl
+// there is one name for each.
 
 namespace {
 

@@ -28,8 +28,8 @@ const mode_t kMasks[] = {0, 022, 077, 0777};
 class Secrets : public DeviceFixture {
   protected:
     // Runs the operation and looks at the folder's files after each call that it makes. All have
-    // one of the two modes, those that hold something as well as new ones, or less of the first where
-    // a mask has taken from it.
+    // one of the two modes, those that hold something as well as new ones, or less of the first
+    // where a mask has taken from it.
     void CheckModesDuring(const Operation& operation, mode_t first, mode_t last) {
         CSIPTrunkConfig withoutLog(nullptr);
         const std::string folder =

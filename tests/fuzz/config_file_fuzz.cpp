@@ -7,8 +7,8 @@
 #include "tests/fixture/temp_folder.h"
 #include "tests/fuzz/fuzz_input.h"
 
-// A flat file of any bytes and a series of entries: the library and a plain reading of the file give
-// the same values and the same text, which reads back as it was written.
+// A flat file of any bytes and a series of entries: the library and a plain reading of the file
+// give the same values and the same text, which reads back as it was written.
 
 namespace {
 

@@ -93,9 +93,9 @@ class Completion : public ToolTest {
         return Split(ReadFile(Folder() + "/" + file), '\n');
     }
 
-    /// Returns the lines that are typed into an interactive bash or zsh, where the tool only notes
+    /// @return the lines that are typed into an interactive bash or zsh, where the tool only notes
     /// its words as "[word][word]".
-    /// setup  loads the completion
+    /// @param setup loads the completion
     std::string Typing(const std::string& setup, const std::vector<std::string>& lines) const {
         std::string text = "unset HISTFILE; cd '" + Folder() + "'; HOME=$PWD; PATH=$PWD:$PATH; " +
                            setup +

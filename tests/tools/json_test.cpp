@@ -16,7 +16,7 @@ class JsonAnswers : public ToolTest {
         : m_schema(Json::parse(ReadFile(PROJECT_FOLDER "/schema/siptrunkctl.schema.json"))) {}
 
     /// Runs a command with --json and returns its answer.
-    /// definition  the one of the schema
+    /// @param definition the one of the schema
     Json Ask(const std::string& definition, Words words, std::string_view input = "",
              int code = 0) {
         SCOPED_TRACE(definition);

@@ -17,8 +17,8 @@ struct Clash {
 };
 
 /// Looks for a trunk that has a name or a user name.
-/// edited  the trunk that is to be changed, which is not compared; empty for a new one
-/// user    empty when the name alone is to be compared
+/// @param edited the trunk that is to be changed, which is not compared; empty for a new one
+/// @param user empty when the name alone is to be compared
 Clash FindClash(Library& library, const std::string& edited, const std::string& name,
                 const std::string& user);
 

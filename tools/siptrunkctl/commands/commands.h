@@ -4,8 +4,8 @@
 
 #include "tools/siptrunkctl/commands/context.h"
 
-// Each function registers the commands of one subject: their words, their options, and what they do,
-// as the callback of CLI11. `context` outlives `root`.
+// Each function registers the commands of one subject: their words, their options, and what they
+// do, as the callback of CLI11. `context` outlives `root`.
 
 void AddTrunkQueries(CLI::App& root, Context& context);
 void AddCheck(CLI::App& root, Context& context);

@@ -19,8 +19,8 @@ struct Candidate {
     std::string description;
 };
 
-/// Returns the candidates for a word; a candidate need not begin with what is typed. The marks below
-/// leave it to the shell.
+/// Returns the candidates for a word; a candidate need not begin with what is typed. The marks
+/// below leave it to the shell.
 using Candidates = std::function<std::vector<Candidate>()>;
 
 constexpr const char* kFiles = ":files";

@@ -9,10 +9,10 @@
 // What the commands have in common when they are registered.
 
 /// Adds a command.
-/// parent   the program, or a group of commands
-/// group    the heading that it stands under in the help
-/// summary  what it does, as the list of commands shows it
-/// footer   what the summary leaves open, and examples
+/// @param parent the program, or a group of commands
+/// @param group the heading that it stands under in the help
+/// @param summary what it does, as the list of commands shows it
+/// @param footer what the summary leaves open, and examples
 CLI::App* AddCommand(CLI::App& parent, const char* name, const char* group, const char* summary,
                      const std::string& footer);
 
@@ -24,7 +24,7 @@ const CLI::App* FindCommand(const CLI::App& group, const std::string& name);
 
 /// Adds an option with a value. Of an option that is given twice the last counts, so what a shell's
 /// alias gives can be overruled.
-/// form  what the value is, for the help
+/// @param form what the value is, for the help
 CLI::Option* AddValue(CLI::App& app, const char* name, std::string& value, const char* form,
                       const char* meaning);
 

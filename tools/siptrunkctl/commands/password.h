@@ -15,8 +15,9 @@ struct PasswordOptions {
 /// Adds "--password-file FILE" and "--ask-password", which exclude each other.
 void AddPasswordOptions(Context& context, CLI::App& app, PasswordOptions& options);
 
-/// Gets the password that a command stores: from the file, or from the terminal, without echo, twice.
-/// needed  whether the command cannot do without one and so asks unbidden
-/// Returns nothing when the options want none. Throws UsageFailure when there is no terminal to
-/// ask at or the password cannot be stored, and std::system_error when the file cannot be read.
+/// Gets the password that a command stores: from the file, or from the terminal, without echo,
+/// twice.
+/// @param needed whether the command cannot do without one and so asks unbidden
+/// @return nothing when the options want none. Throws UsageFailure when there is no terminal to ask
+/// at or the password cannot be stored, and std::system_error when the file cannot be read.
 std::optional<std::string> ReadPassword(const PasswordOptions& options, bool needed);

@@ -22,7 +22,8 @@ struct TrunkValues {
 TrunkValues ReadTrunkValues(const std::vector<std::string>& words);
 
 /// Puts the values into a trunk.
-/// trunk  one that is stored, or an empty one that is to be added
+/// @param trunk one that is stored, or an empty one that is to be added
+///
 /// Throws UsageFailure when the values do not go with the trunk's kind, or some are missing.
 void ApplyTrunkValues(const TrunkValues& values, Trunk& trunk);
 
@@ -30,7 +31,7 @@ void ApplyTrunkValues(const TrunkValues& values, Trunk& trunk);
 bool ReadSwitch(const std::string& what, const std::string& value);
 
 /// Throws UsageFailure unless the database can hold the value and give it back.
-/// what  what the value is, for the failure's text
+/// @param what what the value is, for the failure's text
 void CheckValue(const std::string& what, const std::string& value);
 
 /// The same for a port, and for an address or host name.

@@ -16,7 +16,7 @@ struct LibraryOptions {
 /// The library, as the programs of the device use it. Its failures become exceptions.
 class Library {
   public:
-    /// options  outlive the object, and count from the first operation on
+    /// @param options outlive the object, and count from the first operation on
     explicit Library(const LibraryOptions& options) : m_options(options) {}
 
     const LibraryOptions& Options() const { return m_options; }

@@ -68,8 +68,8 @@ void AppendProcessName(ShortText& text, int process) {
     }
 }
 
-// The process that took the lock last is the one that holds it; it cannot be known when it runs in a
-// container.
+// The process that took the lock last is the one that holds it; it cannot be known when it runs in
+// a container.
 void AppendHolder(ShortText& text) {
     const int holder = semctl(semget(static_cast<key_t>(device_lock::kKey), 0, 0), 0, GETPID);
     if (holder <= 0) {

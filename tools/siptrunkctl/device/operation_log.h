@@ -12,7 +12,8 @@
 /// and from there to the operator's file.
 class OperationLog {
   public:
-    /// file  the operator's log, which the lines are appended to; empty for none
+    /// @param file the operator's log, which the lines are appended to; empty for none
+    ///
     /// Throws std::system_error when a log cannot be opened.
     explicit OperationLog(const std::string& file);
 

@@ -4,10 +4,10 @@
 
 #include "tools/siptrunkctl/file/database.h"
 
-/// Returns what is wrong with a database beyond its grammar: names and users that occur twice,
+/// @return what is wrong with a database beyond its grammar: names and users that occur twice,
 /// unknown types, missing keys, values that cannot be read whole or mean nothing. The order is that
 /// of the lines.
-/// unit  what the database's line numbers count, for the texts
+/// @param unit what the database's line numbers count, for the texts
 std::vector<Problem> FindProblems(const Database& database, const char* unit);
 
 /// Returns the problems of FindProblems and those of the grammar, in the order of the lines.

@@ -2,8 +2,8 @@
 
 #include <string>
 
-/// A text in a file that nobody else can read, in a folder of its own, so that what an editor leaves
-/// beside it is as private.
+/// A text in a file that nobody else can read, in a folder of its own, so that what an editor
+/// leaves beside it is as private.
 class PrivateCopy {
   public:
     /// Makes the file below TMPDIR, or /tmp. Throws std::system_error.

@@ -16,7 +16,8 @@ namespace {
 
 namespace syntax = raiklaik::syntax;
 
-// Returns the key whose value in base64 stands under `key`; an empty text when that is no such name.
+// Returns the key whose value in base64 stands under `key`; an empty text when that is no such
+// name.
 std::string StemOf(const std::string& key) {
     const std::string ending = kBase64Ending;
     const bool hasEnding = key.size() > ending.size() &&
@@ -169,7 +170,8 @@ class SectionsReader : public nlohmann::json_sax<Json> {
         return true;
     }
 
-    // Something that is no section, or no text of one. What stands beside the list is nobody's matter.
+    // Something that is no section, or no text of one. What stands beside the list is nobody's
+    // matter.
     bool RefuseOther() const {
         if (m_depth == 0 || (m_depth == 1 && m_key == kSections)) {
             ThrowNoList();

@@ -8,15 +8,16 @@
 // The database as JSON: {"sections": [{"trunk_name": "office", ...}, ...]}, all values as texts, a
 // hidden password as null.
 
-/// Returns the sections as JSON. Of a key that occurs twice only the first value is there, the one
+/// @return the sections as JSON. Of a key that occurs twice only the first value is there, the one
 /// that the library reads. Throws a Failure for a key that JSON cannot carry.
-/// path     the database's file, for the failure's text
-/// secrets  whether passwords are shown
+/// @param path the database's file, for the failure's text
+/// @param secrets whether passwords are shown
 Json ToJson(const Sections& sections, const std::string& path, bool secrets);
 
 /// Reads the JSON back. A section's line is its place, from 1 on.
-/// text  the JSON
-/// name  what it was read from, for failures
+/// @param text the JSON
+/// @param name what it was read from, for failures
+///
 /// Throws a Failure, which never quotes a value, when the text is no such JSON or holds what the
 /// database cannot store.
 Sections SectionsFromJson(const std::string& text, const std::string& name);

@@ -54,8 +54,8 @@ FileWatch::FileWatch(const std::string& path)
     WatchAll();
 }
 
-// One that is not there cannot be watched; the one above tells when it comes. Two ways may lead to one
-// folder, so the events are added to those that are watched for.
+// One that is not there cannot be watched; the one above tells when it comes. Two ways may lead to
+// one folder, so the events are added to those that are watched for.
 void FileWatch::Watch(const std::string& folder, std::uint32_t events) const {
     (void)inotify_add_watch(m_events.Number(), folder.c_str(), events | IN_MASK_ADD);
 }

@@ -13,7 +13,8 @@ class FileWatch {
     /// What may have happened.
     enum class News { kFile, kFolderReplaced, kFolderGone };
 
-    /// path  absolute, or relative to the working folder
+    /// @param path absolute, or relative to the working folder
+    ///
     /// Throws std::system_error when its folder cannot be watched.
     explicit FileWatch(const std::string& path);
 

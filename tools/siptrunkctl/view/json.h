@@ -27,7 +27,7 @@ bool TextFromBase64(std::string_view base64, std::string& text);
 Json ToJson(const Record& record, bool secrets);
 Json ToJson(const std::vector<Record>& records, bool secrets);
 
-/// Returns a value as text for the standard output, with the line end. Characters that could play
+/// @return a value as text for the standard output, with the line end. Characters that could play
 /// with a terminal are escaped.
-/// indent  blanks for each level; -1 for one line
+/// @param indent blanks for each level; -1 for one line
 std::string JsonText(const Json& value, int indent = 2);

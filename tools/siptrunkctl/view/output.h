@@ -17,11 +17,11 @@ struct OutputOptions {
     bool showSecrets = false;
 };
 
-/// The answer of one command. Until Flush, nothing is on the standard output, so a failure leaves it
-/// empty.
+/// The answer of one command. Until Flush, nothing is on the standard output, so a failure leaves
+/// it empty.
 class Output {
   public:
-    /// options  outlive the object, and count when something is printed
+    /// @param options outlive the object, and count when something is printed
     explicit Output(const OutputOptions& options) : m_options(options) {}
 
     const OutputOptions& Options() const { return m_options; }
@@ -47,9 +47,9 @@ class Output {
     std::string m_text;
 };
 
-/// Returns whether a stream is to have colors.
-/// when  as in OutputOptions
-/// fd    its descriptor
+/// @return whether a stream is to have colors.
+/// @param when as in OutputOptions
+/// @param fd its descriptor
 bool WantsColor(const std::string& when, int fd);
 
 /// Writes a text to the standard error, as it stands. May be called in the handler of a signal.

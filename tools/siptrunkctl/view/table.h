@@ -13,9 +13,10 @@ struct Layout {
     std::size_t columns = 0;  ///< of the terminal; 0 for no limit
 };
 
-/// Returns records with the same fields as a table. When it is too wide, the columns of the highest
-/// rank are left out, and then the widest ones are cut, the first one last: "~" stands for what is missing.
-/// noun  what a record is, for the count under the table
+/// @return records with the same fields as a table. When it is too wide, the columns of the highest
+/// rank are left out, and then the widest ones are cut, the first one last: "~" stands for what is
+/// missing.
+/// @param noun what a record is, for the count under the table
 std::string TableText(const std::vector<Record>& records, const char* noun, const Layout& layout);
 
 /// Returns one record as lines of name and value.

@@ -10,8 +10,8 @@ struct ShellWord {
     std::string typed;  ///< with its quotation marks and backslashes
 };
 
-/// Takes a line apart. The last word is the one that ends at the line's end; it may be empty, and its
-/// quotation mark need not be closed.
+/// Takes a line apart. The last word is the one that ends at the line's end; it may be empty, and
+/// its quotation mark need not be closed.
 std::vector<ShellWord> SplitLine(const std::string& line);
 
 /// Returns a text in the quotation that was begun with what was typed, without the part that bash
