@@ -12,7 +12,7 @@ namespace Configuration {
 ConfigFile::ConfigFile(const char* path, bool createIfMissing, bool readOnly, bool,
                        const char* separator, const char* commentMark, const char*)
     : m_path(path), m_readOnly(readOnly), m_separator(*separator), m_commentMark(*commentMark) {
-    FileText text = ReadWholeFile(path, createIfMissing);
+    support::FileText text = support::ReadWholeFile(path, createIfMissing);
     m_text = text.View();
     m_loaded = std::move(text.identity);
 }
@@ -23,7 +23,7 @@ ConfigFile::~ConfigFile() = default;
 std::size_t ConfigFile::ValueOffset(std::string_view line, std::string_view key) const {
     const std::size_t separator = line.find(m_separator);
     if (separator == std::string_view::npos ||
-        WithoutLeadingBlanks(line.substr(0, separator)) != key) {
+        support::WithoutLeadingBlanks(line.substr(0, separator)) != key) {
         return std::string_view::npos;
     }
     return separator + 1;
@@ -31,17 +31,17 @@ std::size_t ConfigFile::ValueOffset(std::string_view line, std::string_view key)
 
 unsigned int ConfigFile::GetEntry(const char* key, char* buffer, unsigned int size) const {
     // Without a look at the key, a comment could pass for an entry.
-    const bool isKey = KeyFault(key, m_separator, m_commentMark) == nullptr;
+    const bool isKey = support::KeyFault(key, m_separator, m_commentMark) == nullptr;
     bool found = false;
     std::string_view value;
-    for (LineScanner lines(m_text); isKey && lines.Next();) {
+    for (support::LineScanner lines(m_text); isKey && lines.Next();) {
         const std::size_t offset = ValueOffset(lines.Line(), key);
         if (offset != std::string_view::npos) {
             found = true;
             value = lines.Line().substr(offset);
         }
     }
-    const unsigned int length = CopyValue(value, buffer, size);
+    const unsigned int length = support::CopyValue(value, buffer, size);
     return found ? length + 1 : 0;
 }
 
@@ -49,11 +49,11 @@ bool ConfigFile::SetEntry(const char* key, const char* value) {
     if (m_readOnly) {
         throw std::logic_error(m_path + ": change of a file opened read-only");
     }
-    CheckStorable(m_path, key, value, m_separator, m_commentMark);
+    support::CheckStorable(m_path, key, value, m_separator, m_commentMark);
     std::string text;
     bool found = false;
     std::size_t copied = 0;
-    for (LineScanner lines(m_text); lines.Next();) {
+    for (support::LineScanner lines(m_text); lines.Next();) {
         const std::size_t offset = ValueOffset(lines.Line(), key);
         if (offset == std::string_view::npos) {
             continue;
@@ -77,7 +77,7 @@ void ConfigFile::Save(bool, const char*) {
     if (m_readOnly) {
         throw std::logic_error(m_path + ": save of a file opened read-only");
     }
-    ReplaceFile(m_path.c_str(), m_loaded, {m_text});
+    support::ReplaceFile(m_path.c_str(), m_loaded, {m_text});
 }
 
 }  // namespace Configuration

@@ -58,7 +58,7 @@ class ConfigFile {
     char m_separator;
     char m_commentMark;
     std::string m_text;
-    FileIdentity m_loaded;
+    support::FileIdentity m_loaded;
 };
 
 }  // namespace Configuration

@@ -5,14 +5,16 @@
 #include "support/target_file.h"
 #include "support/temporary_file.h"
 
+namespace support {
+
 namespace {
 
 constexpr int kMostChanges = 8;
 
 // Returns false, with the old file in place, when somebody has changed its owner, mode or access
 // list meanwhile.
-bool TryToReplace(support::TargetFile& target, FileIdentity& loaded, const TextPieces& pieces) {
-    support::TemporaryFile temporary(target);
+bool TryToReplace(TargetFile& target, FileIdentity& loaded, const TextPieces& pieces) {
+    TemporaryFile temporary(target);
     temporary.Write(pieces);
     temporary.TakeOwnerAndMode();
     temporary.SyncAndClose();
@@ -27,12 +29,14 @@ bool TryToReplace(support::TargetFile& target, FileIdentity& loaded, const TextP
 }  // namespace
 
 void ReplaceFile(const char* path, FileIdentity& loaded, const TextPieces& pieces) {
-    support::TargetFile target(path, loaded);
+    TargetFile target(path, loaded);
     for (int changes = 0; !TryToReplace(target, loaded, pieces); ++changes) {
         if (changes == kMostChanges) {
             target.Fail("keep owner and mode (they change again and again)", EBUSY);
         }
     }
     target.SyncFolder();
-    support::SweepLeftovers(target);
+    SweepLeftovers(target);
 }
+
+}  // namespace support

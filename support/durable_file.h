@@ -16,6 +16,8 @@
 // 4. Every failure before the rename removes the temporary file.
 // 5. A file that is not the loaded one is not replaced.
 
+namespace support {
+
 /// A text in pieces, one after the other.
 using TextPieces = std::vector<std::string_view>;
 
@@ -38,3 +40,5 @@ using TextPieces = std::vector<std::string_view>;
 /// except when the text says that the new file is in place: the sync of the folder came after the
 /// rename.
 void ReplaceFile(const char* path, FileIdentity& loaded, const TextPieces& pieces);
+
+}  // namespace support

@@ -3,6 +3,8 @@
 #include <stdexcept>
 #include <string>
 
+namespace support {
+
 const char* KeyFault(std::string_view key, char separator, char commentMark) {
     if (key.empty()) {
         return "it is empty";
@@ -33,3 +35,5 @@ void CheckStorable(std::string_view path, std::string_view key, std::string_view
         throw std::invalid_argument(text);
     }
 }
+
+}  // namespace support

@@ -6,6 +6,8 @@
 
 // One "key=value" line, as both kinds of files hold it. A blank is a space or a tab.
 
+namespace support {
+
 inline bool IsBlank(char byte) { return byte == ' ' || byte == '\t'; }
 
 /// Returns `text` without the blanks before its first other byte.
@@ -49,3 +51,5 @@ const char* KeyFault(std::string_view key, char separator, char commentMark);
 /// text names the key and never the value, which may be a password.
 void CheckStorable(std::string_view path, std::string_view key, std::string_view value,
                    char separator, char commentMark);
+
+}  // namespace support

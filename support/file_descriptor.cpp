@@ -8,6 +8,8 @@
 
 #include "support/system_call.h"
 
+namespace support {
+
 namespace {
 
 // One call for all three, in nearly every process the only one.
@@ -30,3 +32,5 @@ bool OccupyStandardStreams() {
     } while (number != -1 && number <= STDERR_FILENO);
     return number != -1 && FileDescriptor(number).Close();
 }
+
+}  // namespace support

@@ -5,6 +5,8 @@
 #include <cerrno>
 #include <utility>
 
+namespace support {
+
 /// Owner of an open file descriptor, -1 for none.
 class FileDescriptor {
   public:
@@ -43,3 +45,5 @@ class FileDescriptor {
 /// could hit what another thread has meanwhile put there, or is just about to open a file above.
 /// Returns false, with errno set, when the process can open nothing more.
 bool OccupyStandardStreams();
+
+}  // namespace support

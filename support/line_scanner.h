@@ -4,6 +4,8 @@
 #include <cstring>
 #include <string_view>
 
+namespace support {
+
 /// Walks over the lines of a text. The text belongs to the caller and outlives the scanner.
 class LineScanner {
   public:
@@ -41,3 +43,5 @@ class LineScanner {
     std::size_t m_lineEnd;
     std::size_t m_end;
 };
+
+}  // namespace support

@@ -20,7 +20,8 @@ namespace {
 
 // Returns how many bytes of the text were written, none on failure.
 std::size_t Write(int file, std::string_view text) {
-    const ssize_t count = RetryInterrupted([&] { return write(file, text.data(), text.size()); });
+    const ssize_t count =
+        support::RetryInterrupted([&] { return write(file, text.data(), text.size()); });
     return count > 0 ? static_cast<std::size_t>(count) : 0;
 }
 
@@ -45,17 +46,17 @@ LogStream::LogStream(const char* name, bool append, bool create, int maxFileSize
     // O_NONBLOCK: opening a FIFO must not wait for its reader.
     const int flags = O_WRONLY | O_APPEND | O_CLOEXEC | O_NOCTTY | O_NONBLOCK |
                       (append ? 0 : O_TRUNC) | (create ? O_CREAT : 0);
-    if (OccupyStandardStreams()) {
-        m_file = RetryInterrupted([&] { return open(name, flags, 0640); });
+    if (support::OccupyStandardStreams()) {
+        m_file = support::RetryInterrupted([&] { return open(name, flags, 0640); });
     }
     if (m_file == -1) {
-        ThrowSystemFailure(errno, name, "open log");
+        support::ThrowSystemFailure(errno, name, "open log");
     }
     struct stat file {};
     if (fstat(m_file, &file) == 0 && S_ISFIFO(file.st_mode)) {
         (void)close(m_file);
         // A reader that goes away would have the kernel kill the process (SIGPIPE).
-        ThrowSystemFailure(EINVAL, name, "open log (a pipe, not a file)");
+        support::ThrowSystemFailure(EINVAL, name, "open log (a pipe, not a file)");
     }
 }
 
@@ -80,7 +81,7 @@ void LogStream::TRACE(unsigned char level, const char* format, ...) {
 void LogStream::TRACE(unsigned char /*level*/, const char* format, va_list& arguments,
                       unsigned char) {
     ForgetTextOfParent();
-    m_pending += support::PrintableLine(FormatText(format, arguments));
+    m_pending += support::PrintableLine(support::FormatText(format, arguments));
 }
 
 void LogStream::Flush() {
@@ -110,7 +111,7 @@ long long LogStream::StartAnewWhenFull() {
     const auto added = static_cast<long long>(m_pending.size());
     // One that cannot start anew goes on growing.
     if (size + added <= m_maxFileSize ||
-        RetryInterrupted([&] { return ftruncate(m_file, 0); }) != 0) {
+        support::RetryInterrupted([&] { return ftruncate(m_file, 0); }) != 0) {
         return size;
     }
     m_isTorn = false;

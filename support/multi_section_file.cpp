@@ -13,7 +13,7 @@ MultiSectionFile::MultiSectionFile(const char* path, bool createIfMissing, bool 
     : m_path(path),
       m_readOnly(readOnly),
       m_grammar(keyword, opener, closer, separator, commentMark),
-      m_text(ReadWholeFile(path, createIfMissing)),
+      m_text(support::ReadWholeFile(path, createIfMissing)),
       m_sections(FindSections(m_path, m_text.View(), m_grammar)) {}
 
 MultiSectionFile::~MultiSectionFile() = default;
@@ -52,10 +52,10 @@ unsigned int MultiSectionFile::GetSectionEntry(const char* key, char* buffer,
     CheckCurrent();
     const Entry* const entry = m_entries.Find(key);
     if (entry == nullptr) {
-        (void)CopyValue("", buffer, size);
+        (void)support::CopyValue("", buffer, size);
         return 0;
     }
-    return CopyValue(entry->value, buffer, size) + 1;
+    return support::CopyValue(entry->value, buffer, size) + 1;
 }
 
 // Returns the current section's text, to be changed; kLineFeedsAfterText line feeds follow it in
@@ -66,8 +66,8 @@ std::string& MultiSectionFile::ChangeableText() {
         const std::string_view text = TextOf(section);
         std::string padded;
         padded.reserve(2 * text.size() +
-                       kLineFeedsAfterText);  // values and entries to come find room
-        padded.append(text).append(kLineFeedsAfterText, '\n');
+                       support::kLineFeedsAfterText);  // values and entries to come find room
+        padded.append(text).append(support::kLineFeedsAfterText, '\n');
         m_edits.push_back({section, std::move(padded)});
         section = {m_edits.size() - 1, 0};
         m_entries.Take(CurrentText());
@@ -78,7 +78,7 @@ std::string& MultiSectionFile::ChangeableText() {
 void MultiSectionFile::CheckEntry(const char* key, const char* value) const {
     CheckWritable();
     CheckCurrent();
-    CheckStorable(m_path, key, value, m_grammar.Separator(), m_grammar.CommentMark());
+    support::CheckStorable(m_path, key, value, m_grammar.Separator(), m_grammar.CommentMark());
 }
 
 bool MultiSectionFile::SetSectionEntry(const char* key, const char* value) {
@@ -117,14 +117,14 @@ void MultiSectionFile::DeleteSectionEntry(const char* key) {
     while ((line = m_grammar.NextEntry(line, end, entry)) != nullptr) {
         if (entry.key == key) {
             const char* begin = entry.key.data();
-            while (IsBlank(begin[-1])) {
+            while (support::IsBlank(begin[-1])) {
                 --begin;
             }
             kept.append(rest, begin);
             rest = line;
         }
     }
-    kept.append(rest, end).append(kLineFeedsAfterText, '\n');
+    kept.append(rest, end).append(support::kLineFeedsAfterText, '\n');
     ChangeableText() = std::move(kept);
     m_entries.Take(CurrentText());
 }
@@ -132,7 +132,7 @@ void MultiSectionFile::DeleteSectionEntry(const char* key) {
 void MultiSectionFile::DeleteSection() {
     CheckWritable();
     CheckCurrent();
-    ChangeableText().assign(kLineFeedsAfterText, '\n');
+    ChangeableText().assign(support::kLineFeedsAfterText, '\n');
     m_hasCurrent = false;
 }
 
@@ -165,7 +165,7 @@ void MultiSectionFile::AddSection(bool first) {
     }
     const std::size_t place = next == m_sections.end() ? m_text.size : StretchOf(*next).begin;
     std::string padded(m_grammar.OpenerLine());
-    padded.append({m_grammar.Closer(), '\n'}).append(kLineFeedsAfterText, '\n');
+    padded.append({m_grammar.Closer(), '\n'}).append(support::kLineFeedsAfterText, '\n');
     m_edits.push_back({{place, place}, std::move(padded)});
     const auto added = m_sections.insert(next, {m_edits.size() - 1, 0});
     m_next = static_cast<std::size_t>(added - m_sections.begin()) + 1;
@@ -174,9 +174,9 @@ void MultiSectionFile::AddSection(bool first) {
 }
 
 // The file's text as it stands: the unchanged stretches and, between them, the edits.
-TextPieces MultiSectionFile::Pieces() const {
+support::TextPieces MultiSectionFile::Pieces() const {
     const std::string_view text = m_text.View();
-    TextPieces pieces;
+    support::TextPieces pieces;
     pieces.reserve(2 * m_edits.size() + 1);
     std::size_t written = 0;
     for (const Section& section : m_sections) {
@@ -195,7 +195,7 @@ void MultiSectionFile::Save(bool, const char*) {
     if (m_readOnly) {
         throw std::logic_error(m_path + ": save of a file opened read-only");
     }
-    ReplaceFile(m_path.c_str(), m_text.identity, Pieces());
+    support::ReplaceFile(m_path.c_str(), m_text.identity, Pieces());
 }
 
 }  // namespace Configuration

@@ -93,7 +93,7 @@ class MultiSectionFile {
             padded;  // the text, empty for one that was removed, and kLineFeedsAfterText line feeds
 
         std::string_view Text() const {
-            return {padded.data(), padded.size() - kLineFeedsAfterText};
+            return {padded.data(), padded.size() - support::kLineFeedsAfterText};
         }
     };
 
@@ -118,12 +118,12 @@ class MultiSectionFile {
     std::string_view CurrentText() const { return TextOf(m_sections[m_next - 1]); }
     std::string& ChangeableText();
     void EndLastLine();
-    TextPieces Pieces() const;
+    support::TextPieces Pieces() const;
 
     std::string m_path;
     bool m_readOnly;
     support::SectionGrammar m_grammar;
-    FileText m_text;  // as loaded
+    support::FileText m_text;  // as loaded
     std::vector<support::Section> m_sections;
     std::vector<Edit> m_edits;
 

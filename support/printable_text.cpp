@@ -5,6 +5,8 @@
 #include <iterator>
 #include <string_view>
 
+namespace support {
+
 namespace {
 
 struct Range {
@@ -63,8 +65,6 @@ void AppendEscaped(std::string& text, std::string_view bytes) {
 }
 
 }  // namespace
-
-namespace support {
 
 std::string PrintableLine(std::string line) {
     std::string_view rest = line;

@@ -49,7 +49,7 @@ const char* StepText(int error) {
 }
 
 [[noreturn]] void ThrowLockFailure(int error, const std::string& name) {
-    ThrowSystemFailure(error, "lock " + name, StepText(error));
+    support::ThrowSystemFailure(error, "lock " + name, StepText(error));
 }
 
 }  // namespace
@@ -78,7 +78,7 @@ void Semaphore::Lock(bool) {
     struct sembuf take[] = {{0, 0, 0}, {0, 1, SEM_UNDO}};
     for (int removals = 0;; ++removals) {
         const int set = m_set;
-        if (RetryInterrupted([&] { return semop(set, take, 2); }) == 0) {
+        if (support::RetryInterrupted([&] { return semop(set, take, 2); }) == 0) {
             m_holder = thread;  // before the set, see Unlock
             m_heldSet = set;
             return;
@@ -101,7 +101,7 @@ void Semaphore::Unlock() noexcept {
         return;
     }
     struct sembuf release = {0, -1, SEM_UNDO | IPC_NOWAIT};
-    (void)RetryInterrupted([&] { return semop(set, &release, 1); });
+    (void)support::RetryInterrupted([&] { return semop(set, &release, 1); });
     // Forgotten after the release, so that a signal handler in between does not wait for this
     // thread. By now the next holder may be another thread on this same handle: it is not
     // forgotten.

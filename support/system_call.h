@@ -3,6 +3,8 @@
 #include <cerrno>
 #include <string_view>
 
+namespace support {
+
 /// Throws std::system_error whose text is "subject: step: reason".
 /// @param error the errno value of the failed call; gives the reason
 /// @param subject what was worked on, mostly a path
@@ -20,3 +22,5 @@ auto RetryInterrupted(const Call& call) {
     }
     return result;
 }
+
+}  // namespace support

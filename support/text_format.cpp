@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <stdexcept>
 
+namespace support {
+
 std::string FormatText(const char* format, va_list arguments) {
     va_list measured;
     va_copy(measured, arguments);
@@ -16,3 +18,5 @@ std::string FormatText(const char* format, va_list arguments) {
     (void)std::vsnprintf(text.data(), text.size() + 1, format, arguments);
     return text;
 }
+
+}  // namespace support

@@ -15,6 +15,8 @@
 #include "support/file_status.h"
 #include "support/system_call.h"
 
+namespace support {
+
 namespace {
 
 constexpr mode_t kOwnerOnly = 0600;
@@ -44,8 +46,8 @@ int OpenForReading(const char* path, bool createIfMissing) {
     if (geteuid() != 0) {
         return OpenOrCreate(path, flags, createIfMissing);  // by the kernel's rules for links
     }
-    support::FileStatus status;
-    const std::string followed = support::FollowLinks(path, "open", status);
+    FileStatus status;
+    const std::string followed = FollowLinks(path, "open", status);
     return OpenOrCreate(followed.c_str(), flags | O_NOFOLLOW, createIfMissing);
 }
 
@@ -102,3 +104,5 @@ FileText ReadWholeFile(const char* path, bool createIfMissing) {
     text.identity = {status.st_dev, status.st_ino, std::move(file)};
     return text;
 }
+
+}  // namespace support

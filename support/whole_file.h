@@ -9,6 +9,8 @@
 
 #include "support/file_descriptor.h"
 
+namespace support {
+
 /// Which file a text was loaded from, so that a save can tell whether it would replace another one.
 struct FileIdentity {
     std::uint64_t device = 0;
@@ -43,3 +45,5 @@ FileText ReadWholeFile(const char* path, bool createIfMissing);
 
 /// Throws std::system_error unless `mode` (st_mode) is that of a regular file.
 void CheckRegular(const char* path, mode_t mode);
+
+}  // namespace support

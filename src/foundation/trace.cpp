@@ -21,7 +21,7 @@ void TraceProgress(CSIPTrunkLogger* logger, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
     try {
-        logger->TRACE(kProgressLevel, "%s", FormatText(format, arguments).c_str());
+        logger->TRACE(kProgressLevel, "%s", support::FormatText(format, arguments).c_str());
     } catch (const std::exception&) {
         // A line too many for the memory; the operation goes on.
     }

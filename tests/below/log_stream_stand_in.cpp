@@ -25,7 +25,7 @@ LogStream::~LogStream() { Recording().Note("~LogStream"); }
 void LogStream::TRACE(unsigned char level, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    const std::string text = FormatText(format, arguments);
+    const std::string text = support::FormatText(format, arguments);
     va_end(arguments);
     Recording().Record("log(" + std::to_string(level) + "," + below::Masked(text) + ")");
 }
@@ -33,8 +33,8 @@ void LogStream::TRACE(unsigned char level, const char* format, ...) {
 void LogStream::TRACE(unsigned char level, const char* format, va_list& arguments,
                       unsigned char last) {
     Recording().logFormat = format;
-    Recording().Record("log(" + std::to_string(level) + "," + FormatText(format, arguments) + ")" +
-                       below::MarkUnless(last == 0));
+    Recording().Record("log(" + std::to_string(level) + "," +
+                       support::FormatText(format, arguments) + ")" + below::MarkUnless(last == 0));
 }
 
 void LogStream::Flush() { Recording().Record("Flush"); }

@@ -14,15 +14,15 @@
 
 /// The identity of the file that a path leads to, as loading it gives it; none for what cannot be
 /// loaded. Made without calls that a test may watch.
-inline FileIdentity IdentityOf(const std::string& path) {
-    FileIdentity identity;
+inline support::FileIdentity IdentityOf(const std::string& path) {
+    support::FileIdentity identity;
     struct stat status {};
     if (stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
         identity.device = status.st_dev;
         identity.inode = status.st_ino;
         std::FILE* file = std::fopen(path.c_str(), "re");
         if (file != nullptr) {
-            identity.file = FileDescriptor(fcntl(fileno(file), F_DUPFD_CLOEXEC, 3));
+            identity.file = support::FileDescriptor(fcntl(fileno(file), F_DUPFD_CLOEXEC, 3));
             (void)std::fclose(file);
         }
     }
@@ -30,15 +30,15 @@ inline FileIdentity IdentityOf(const std::string& path) {
 }
 
 /// Replaces the text of the file that stands there.
-inline void ReplaceText(const std::string& path, const TextPieces& pieces) {
-    FileIdentity loaded = IdentityOf(path);
-    ReplaceFile(path.c_str(), loaded, pieces);
+inline void ReplaceText(const std::string& path, const support::TextPieces& pieces) {
+    support::FileIdentity loaded = IdentityOf(path);
+    support::ReplaceFile(path.c_str(), loaded, pieces);
 }
 
 /// A folder with, or for, one file that is replaced.
 class DurableFileTest : public testing::Test {
   protected:
-    void Replace(const TextPieces& pieces = {"new"}) const { ReplaceText(m_path, pieces); }
+    void Replace(const support::TextPieces& pieces = {"new"}) const { ReplaceText(m_path, pieces); }
     std::string FailureToReplace() const {
         return FailureOf([&] { Replace(); });
     }

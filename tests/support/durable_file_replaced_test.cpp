@@ -26,9 +26,9 @@ class ReplacedFileTest : public DurableFileTest {
 
     // Loads `path`, calls `meanwhile`, and saves; the failure's text.
     std::string FailureToSave(const std::string& path, const std::function<void()>& meanwhile) {
-        FileText text = ReadWholeFile(path.c_str(), false);
+        support::FileText text = support::ReadWholeFile(path.c_str(), false);
         meanwhile();
-        return FailureOf([&] { ReplaceFile(path.c_str(), text.identity, {"new"}); });
+        return FailureOf([&] { support::ReplaceFile(path.c_str(), text.identity, {"new"}); });
     }
 
     const std::string m_other = m_folder.File("other");
@@ -63,17 +63,18 @@ TEST_F(ReplacedFileTest, AFileThatIsReplacedDuringTheSaveStays) {
             }
             return 0;
         });
-        FileIdentity loaded = IdentityOf(m_path);
-        EXPECT_EQ(FailureOf([&] { ReplaceFile(m_path.c_str(), loaded, {"new"}); }), m_replaced);
+        support::FileIdentity loaded = IdentityOf(m_path);
+        EXPECT_EQ(FailureOf([&] { support::ReplaceFile(m_path.c_str(), loaded, {"new"}); }),
+                  m_replaced);
         EXPECT_EQ(ReadFile(m_path), "somebody's");
         EXPECT_EQ(EntriesOf(m_folder.Path()), m_fileAlone);
     }
 }
 
 TEST_F(ReplacedFileTest, AFileThatIsRemovedDuringTheSaveIsNotMadeAnew) {
-    FileIdentity loaded = IdentityOf(m_path);
+    support::FileIdentity loaded = IdentityOf(m_path);
     const CallWatch during(Call::kFsync, [&](int) { return unlink(m_path.c_str()); });
-    EXPECT_EQ(FailureOf([&] { ReplaceFile(m_path.c_str(), loaded, {"new"}); }),
+    EXPECT_EQ(FailureOf([&] { support::ReplaceFile(m_path.c_str(), loaded, {"new"}); }),
               m_path + ": stat: " + ErrorText(ENOENT));
     EXPECT_EQ(EntriesOf(m_folder.Path()), std::vector<std::string>{"other"});
 }
@@ -124,12 +125,12 @@ TEST_F(SlotsTest, OneSlotsFileIsNotWrittenOverTheOthers) {
 }
 
 TEST_F(SlotsTest, ASwitchRightBeforeTheFolderIsOpenedIsSeenToo) {
-    FileText text = ReadWholeFile(m_file.c_str(), false);
+    support::FileText text = support::ReadWholeFile(m_file.c_str(), false);
     const CallWatch opening(Call::kOpen, [&](int) {
         LeadTo("second");
         return 0;
     });
-    EXPECT_EQ(FailureOf([&] { ReplaceFile(m_file.c_str(), text.identity, {"new"}); }),
+    EXPECT_EQ(FailureOf([&] { support::ReplaceFile(m_file.c_str(), text.identity, {"new"}); }),
               m_file + ": save: was replaced meanwhile");
     EXPECT_EQ(opening.Count(), 1);
     ExpectBothAsTheyWere();
@@ -137,52 +138,53 @@ TEST_F(SlotsTest, ASwitchRightBeforeTheFolderIsOpenedIsSeenToo) {
 
 TEST_F(ReplacedFileTest, AFileIsSavedAgainAndAgainByWhoHasLoadedIt) {
     ASSERT_EQ(chmod(m_path.c_str(), 0640), 0);
-    FileText text = ReadWholeFile(m_path.c_str(), false);
+    support::FileText text = support::ReadWholeFile(m_path.c_str(), false);
     for (const char* saved : {"1", "2", "3"}) {
-        ReplaceFile(m_path.c_str(), text.identity, {saved});
+        support::ReplaceFile(m_path.c_str(), text.identity, {saved});
         EXPECT_EQ(ReadFile(m_path), saved);
         EXPECT_EQ(ModeOf(m_path), 0640U);
         EXPECT_EQ(text.identity.inode, InodeOf(m_path));
     }
     std::filesystem::rename(m_other, m_path);
-    EXPECT_EQ(FailureOf([&] { ReplaceFile(m_path.c_str(), text.identity, {"4"}); }), m_replaced);
+    EXPECT_EQ(FailureOf([&] { support::ReplaceFile(m_path.c_str(), text.identity, {"4"}); }),
+              m_replaced);
     EXPECT_EQ(ReadFile(m_path), "somebody's");
 }
 
 TEST_F(ReplacedFileTest, ASecondSaveKeepsTheAccessListAsItIsThen) {
-    FileText text = ReadWholeFile(m_path.c_str(), false);
-    ReplaceFile(m_path.c_str(), text.identity, {"1"});
+    support::FileText text = support::ReadWholeFile(m_path.c_str(), false);
+    support::ReplaceFile(m_path.c_str(), text.identity, {"1"});
     const std::string list = BackupList();
     if (!GiveList(m_path, list)) {
         GTEST_SKIP() << "the file system of the tests has no access lists";
     }
-    ReplaceFile(m_path.c_str(), text.identity, {"2"});
+    support::ReplaceFile(m_path.c_str(), text.identity, {"2"});
     EXPECT_EQ(ListOf(m_path), list);
     EXPECT_EQ(ReadFile(m_path), "2");
 }
 
 TEST_F(ReplacedFileTest, ASecondSaveThatCannotOpenTheFileFails) {
-    FileText text = ReadWholeFile(m_path.c_str(), false);
-    ReplaceFile(m_path.c_str(), text.identity, {"1"});
+    support::FileText text = support::ReadWholeFile(m_path.c_str(), false);
+    support::ReplaceFile(m_path.c_str(), text.identity, {"1"});
     {
         const FailingCall failing(Call::kOpenat, EMFILE);
-        EXPECT_EQ(FailureOf([&] { ReplaceFile(m_path.c_str(), text.identity, {"2"}); }),
+        EXPECT_EQ(FailureOf([&] { support::ReplaceFile(m_path.c_str(), text.identity, {"2"}); }),
                   m_path + ": open: " + ErrorText(EMFILE));
     }
     EXPECT_EQ(ReadFile(m_path), "1");
     EXPECT_TRUE(FilesOpenIn(m_folder.Path()).empty());
-    ReplaceFile(m_path.c_str(), text.identity, {"3"});
+    support::ReplaceFile(m_path.c_str(), text.identity, {"3"});
     EXPECT_EQ(ReadFile(m_path), "3");
 }
 
 TEST_F(ReplacedFileTest, AfterTheRenameTheNewFileIsTheLoadedOneAlsoWhenTheFoldersSyncFails) {
-    FileText text = ReadWholeFile(m_path.c_str(), false);
+    support::FileText text = support::ReadWholeFile(m_path.c_str(), false);
     {
         const FailingCall failing(Call::kFsync, EIO, 2);
-        EXPECT_NE(FailureOf([&] { ReplaceFile(m_path.c_str(), text.identity, {"1"}); }),
+        EXPECT_NE(FailureOf([&] { support::ReplaceFile(m_path.c_str(), text.identity, {"1"}); }),
                   "no failure");
     }
-    ReplaceFile(m_path.c_str(), text.identity, {"2"});
+    support::ReplaceFile(m_path.c_str(), text.identity, {"2"});
     EXPECT_EQ(ReadFile(m_path), "2");
 }
 

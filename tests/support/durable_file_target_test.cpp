@@ -22,10 +22,10 @@ TEST_F(DurableFileTest, TheModeIsKeptWhateverTheUmask) {
     for (const mode_t mask : {0U, 022U, 0777U}) {
         for (const mode_t mode : {0600U, 0640U, 0644U, 0444U, 0400U, 0666U, 0000U}) {
             WriteFile(m_path, "old");
-            FileIdentity loaded = IdentityOf(m_path);  // while it may be read
+            support::FileIdentity loaded = IdentityOf(m_path);  // while it may be read
             ASSERT_EQ(chmod(m_path.c_str(), mode), 0);
             const mode_t old = umask(mask);
-            ReplaceFile(m_path.c_str(), loaded, {"new"});
+            support::ReplaceFile(m_path.c_str(), loaded, {"new"});
             umask(old);
             EXPECT_EQ(ModeOf(m_path), mode) << std::oct << mode << " under " << mask;
             ASSERT_EQ(chmod(m_path.c_str(), 0600), 0);
@@ -167,7 +167,7 @@ TEST_F(DurableFileTest, AnOrdinaryUserFollowsTheLinksOfAnybody) {
 TEST_F(DurableFileTest, NoFileGetsTheNumberOfAClosedStream) {
     WriteFile(m_path, "old");
     const auto replace = [&] {
-        FileIdentity loaded = IdentityOf(m_path);
+        support::FileIdentity loaded = IdentityOf(m_path);
         int opened = 0;
         const CallWatch writing(Call::kWritev, [&](int) {
             for (const int file : FilesOpenIn(m_folder.Path())) {
@@ -176,7 +176,7 @@ TEST_F(DurableFileTest, NoFileGetsTheNumberOfAClosedStream) {
             }
             return 0;
         });
-        ReplaceFile(m_path.c_str(), loaded, {"new"});
+        support::ReplaceFile(m_path.c_str(), loaded, {"new"});
         EXPECT_EQ(opened, 3) << "the old file, its folder, the temporary file";
     };
     EXPECT_EQ(RunWithoutStreams({0, 1, 2}, replace), 0);

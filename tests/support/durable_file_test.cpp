@@ -22,7 +22,7 @@ TEST_F(DurableFileTest, TheNewTextIsThePiecesOneAfterTheOther) {
         bytes.push_back(static_cast<char>(code));
     }
     const std::string large(1000000, 'x');
-    const std::vector<TextPieces> cases = {
+    const std::vector<support::TextPieces> cases = {
         {},
         {""},
         {"", "", ""},
@@ -30,11 +30,11 @@ TEST_F(DurableFileTest, TheNewTextIsThePiecesOneAfterTheOther) {
         {bytes},
         {"", "a", "", "", "bc", ""},
         {large, "", bytes, large},
-        TextPieces(64, "ab"),
-        TextPieces(65, "ab"),
-        TextPieces(1000, "ab"),
+        support::TextPieces(64, "ab"),
+        support::TextPieces(65, "ab"),
+        support::TextPieces(1000, "ab"),
     };
-    for (const TextPieces& pieces : cases) {
+    for (const support::TextPieces& pieces : cases) {
         WriteFile(m_path, "old");
         std::string text;
         for (const std::string_view piece : pieces) {
@@ -165,7 +165,7 @@ TEST_F(DurableFileTest, AReaderSeesTheOldTextOrTheNewOneWhole) {
     std::atomic<bool> isDone{false};
     std::thread reader([&] {
         do {
-            const FileText text = ReadWholeFile(m_path.c_str(), false);
+            const support::FileText text = support::ReadWholeFile(m_path.c_str(), false);
             if (text.View() != texts[0] && text.View() != texts[1]) {
                 ADD_FAILURE() << "a text of " << text.size << " bytes";
                 break;

@@ -12,7 +12,7 @@ namespace {
 
 TEST(EntryTest, BlanksAreSpacesAndTabs) {
     for (int code = 0; code < 256; ++code) {
-        EXPECT_EQ(IsBlank(static_cast<char>(code)), code == ' ' || code == '\t') << code;
+        EXPECT_EQ(support::IsBlank(static_cast<char>(code)), code == ' ' || code == '\t') << code;
     }
 }
 
@@ -29,8 +29,9 @@ TEST(EntryTest, BlanksAreTakenFromOneEndOnly) {
         {"\ra\n", "\ra\n", "\ra\n"},
     };
     for (const Case& c : cases) {
-        EXPECT_EQ(WithoutLeadingBlanks(c.text), c.withoutLeading) << '"' << c.text << '"';
-        EXPECT_EQ(WithoutTrailingBlanks(c.text), c.withoutTrailing) << '"' << c.text << '"';
+        EXPECT_EQ(support::WithoutLeadingBlanks(c.text), c.withoutLeading) << '"' << c.text << '"';
+        EXPECT_EQ(support::WithoutTrailingBlanks(c.text), c.withoutTrailing)
+            << '"' << c.text << '"';
     }
 }
 
@@ -47,14 +48,14 @@ TEST(EntryTest, AValueIsCopiedAsFarAsItFitsWithANulBehindIt) {
     };
     for (const Case& c : cases) {
         std::string buffer = "....";
-        CopyValue("abc", buffer.data(), c.size);
+        support::CopyValue("abc", buffer.data(), c.size);
         EXPECT_EQ(buffer, c.expected) << c.size;
     }
 }
 
 TEST(EntryTest, AnEmptyValueIsCopiedAsTheEmptyText) {
     std::array<char, 3> buffer = {'x', 'y', 'z'};
-    CopyValue({}, buffer.data(), buffer.size());
+    support::CopyValue({}, buffer.data(), buffer.size());
     EXPECT_EQ(buffer, (std::array<char, 3>{'\0', 'y', 'z'}));
 }
 
@@ -68,7 +69,8 @@ TEST(EntryTest, WhatAFileGivesBackIsStorable) {
         {"k#", "v"},  {"k\r", "v"},      {"\x01", "\x7f"},   {"\xff", "\xff"},
     };
     for (const Case& c : cases) {
-        EXPECT_NO_THROW(CheckStorable("file", c.key, c.value, '=', '#')) << c.key << '=' << c.value;
+        EXPECT_NO_THROW(support::CheckStorable("file", c.key, c.value, '=', '#'))
+            << c.key << '=' << c.value;
     }
 }
 
@@ -93,16 +95,16 @@ TEST(EntryTest, WhatAFileCannotGiveBackIsRefused) {
         {"k", "secret\nx", "dir/file: key \"k\": its value holds a line feed"},
     };
     for (const Case& c : cases) {
-        const auto check = [&] { CheckStorable("dir/file", c.key, c.value, '=', '#'); };
+        const auto check = [&] { support::CheckStorable("dir/file", c.key, c.value, '=', '#'); };
         EXPECT_EQ(FailureOf(check), c.text);
         EXPECT_THROW(check(), std::invalid_argument) << c.text;
     }
 }
 
 TEST(EntryTest, SeparatorAndCommentMarkAreTheCallers) {
-    EXPECT_NO_THROW(CheckStorable("file", "#a=b", "v", ':', ';'));
-    EXPECT_THROW(CheckStorable("file", "a:b", "v", ':', ';'), std::invalid_argument);
-    EXPECT_THROW(CheckStorable("file", ";a", "v", ':', ';'), std::invalid_argument);
+    EXPECT_NO_THROW(support::CheckStorable("file", "#a=b", "v", ':', ';'));
+    EXPECT_THROW(support::CheckStorable("file", "a:b", "v", ':', ';'), std::invalid_argument);
+    EXPECT_THROW(support::CheckStorable("file", ";a", "v", ':', ';'), std::invalid_argument);
 }
 
 }  // namespace

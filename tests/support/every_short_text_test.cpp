@@ -68,7 +68,7 @@ class Reader {
     // Returns "LINE: reason" for a malformed text, "" otherwise.
     std::string Read(const std::string& text, std::vector<support::Section>& sections) {
         if (m_text.bytes == nullptr || m_text.size != text.size()) {
-            m_text = MakeText(text.size());
+            m_text = support::MakeText(text.size());
         }
         std::memcpy(m_text.bytes.get(), text.data(), text.size());
         try {
@@ -90,7 +90,7 @@ class Reader {
 
   private:
     support::SectionGrammar m_grammar{kKeyword, "{\n", "}\n", "=", "#"};
-    FileText m_text;
+    support::FileText m_text;
     support::SectionEntries m_entries{m_grammar};
 };
 

@@ -18,7 +18,7 @@ bool IsOpen(int number) { return fcntl(number, F_GETFD) != -1; }
 TEST(FileDescriptorTest, ADescriptorIsClosedWithItsOwner) {
     int number = -1;
     {
-        const FileDescriptor owner(OpenSomething());
+        const support::FileDescriptor owner(OpenSomething());
         number = owner.Number();
         EXPECT_TRUE(IsOpen(number));
     }
@@ -28,7 +28,7 @@ TEST(FileDescriptorTest, ADescriptorIsClosedWithItsOwner) {
 TEST(FileDescriptorTest, WhatWasClosedIsNotClosedAgain) {
     const CallWatch closing(Call::kClose);
     {
-        FileDescriptor owner(OpenSomething());
+        support::FileDescriptor owner(OpenSomething());
         const int number = owner.Number();
         EXPECT_TRUE(owner.Close());
         EXPECT_FALSE(IsOpen(number));
@@ -40,7 +40,7 @@ TEST(FileDescriptorTest, WhatWasClosedIsNotClosedAgain) {
 TEST(FileDescriptorTest, ACloseThatFailsIsToldWithItsReasonAndNotMadeAgain) {
     const FailingCall failing(Call::kClose, EIO);
     {
-        FileDescriptor owner(OpenSomething());
+        support::FileDescriptor owner(OpenSomething());
         EXPECT_FALSE(owner.Close());
         EXPECT_EQ(errno, EIO);
     }
@@ -50,7 +50,7 @@ TEST(FileDescriptorTest, ACloseThatFailsIsToldWithItsReasonAndNotMadeAgain) {
 TEST(FileDescriptorTest, ACloseThatASignalInterruptsHasClosed) {
     const FailingCall failing(Call::kClose, EINTR);
     {
-        FileDescriptor owner(OpenSomething());
+        support::FileDescriptor owner(OpenSomething());
         EXPECT_TRUE(owner.Close());
     }
     EXPECT_EQ(failing.Count(), 1);
@@ -59,11 +59,11 @@ TEST(FileDescriptorTest, ACloseThatASignalInterruptsHasClosed) {
 TEST(FileDescriptorTest, AnOwnerThatIsMovedFromOwnsNothing) {
     const CallWatch closing(Call::kClose);
     {
-        FileDescriptor owner(OpenSomething());
+        support::FileDescriptor owner(OpenSomething());
         const int number = owner.Number();
-        FileDescriptor second(std::move(owner));
+        support::FileDescriptor second(std::move(owner));
         EXPECT_EQ(owner.Number(), -1);  // NOLINT(bugprone-use-after-move): what is tested
-        FileDescriptor third(OpenSomething());
+        support::FileDescriptor third(OpenSomething());
         const int other = third.Number();
         third = std::move(second);
         EXPECT_EQ(third.Number(), number);
@@ -76,7 +76,7 @@ TEST(FileDescriptorTest, AnOwnerThatIsMovedFromOwnsNothing) {
 TEST(FileDescriptorTest, WhatIsGivenUpIsNotClosed) {
     int number = -1;
     {
-        FileDescriptor owner(OpenSomething());
+        support::FileDescriptor owner(OpenSomething());
         number = owner.Release();
         EXPECT_EQ(owner.Number(), -1);
     }
@@ -90,8 +90,8 @@ TEST(FileDescriptorTest, AClosedStreamIsOccupiedByNothingThatCouldBeReadOrWritte
     for (const std::vector<int>& closed : kClosed) {
         EXPECT_EQ(RunWithoutStreams(closed,
                                     [&] {
-                                        EXPECT_TRUE(OccupyStandardStreams());
-                                        EXPECT_TRUE(OccupyStandardStreams());
+                                        EXPECT_TRUE(support::OccupyStandardStreams());
+                                        EXPECT_TRUE(support::OccupyStandardStreams());
                                         for (const int stream : closed) {
                                             char byte = 0;
                                             EXPECT_EQ(fcntl(stream, F_GETFD), FD_CLOEXEC);
@@ -101,7 +101,7 @@ TEST(FileDescriptorTest, AClosedStreamIsOccupiedByNothingThatCouldBeReadOrWritte
                                         }
                                         const int first = OpenSomething();
                                         EXPECT_GT(first, 2);
-                                        EXPECT_TRUE(OccupyStandardStreams());
+                                        EXPECT_TRUE(support::OccupyStandardStreams());
                                         EXPECT_EQ(close(first), 0);
                                         EXPECT_EQ(OpenSomething(), first)
                                             << "nothing else is left open";
@@ -113,7 +113,7 @@ TEST(FileDescriptorTest, AClosedStreamIsOccupiedByNothingThatCouldBeReadOrWritte
 TEST(FileDescriptorTest, OpenStreamsAreLeftAsTheyAre) {
     const CallWatch looking(Call::kPoll);
     const CallWatch opening(Call::kOpen);
-    EXPECT_TRUE(OccupyStandardStreams());
+    EXPECT_TRUE(support::OccupyStandardStreams());
     EXPECT_EQ(looking.Count(), 1);
     EXPECT_EQ(opening.Count(), 0);
 }
@@ -122,7 +122,7 @@ TEST(FileDescriptorTest, StreamsThatCannotBeOccupiedAreTold) {
     EXPECT_EQ(RunWithoutStreams({1},
                                 [] {
                                     const FailingCall failing(Call::kOpen, EMFILE);
-                                    EXPECT_FALSE(OccupyStandardStreams());
+                                    EXPECT_FALSE(support::OccupyStandardStreams());
                                     EXPECT_EQ(errno, EMFILE);
                                 }),
               0);
@@ -130,7 +130,7 @@ TEST(FileDescriptorTest, StreamsThatCannotBeOccupiedAreTold) {
                                 [] {
                                     const FailingCall looking(Call::kPoll, ENOMEM);
                                     const FailingCall interrupted(Call::kOpen, EINTR, 1, 2);
-                                    EXPECT_TRUE(OccupyStandardStreams());
+                                    EXPECT_TRUE(support::OccupyStandardStreams());
                                     EXPECT_TRUE(IsOpen(1));
                                 }),
               0);
@@ -138,7 +138,7 @@ TEST(FileDescriptorTest, StreamsThatCannotBeOccupiedAreTold) {
 
 TEST(FileDescriptorTest, AnOwnerOfNothingClosesNothing) {
     const CallWatch closing(Call::kClose);
-    { const FileDescriptor owner(-1); }
+    { const support::FileDescriptor owner(-1); }
     EXPECT_EQ(closing.Count(), 0);
 }
 

@@ -16,7 +16,7 @@ struct Line {
     }
 };
 
-std::vector<Line> LinesOf(LineScanner lines) {
+std::vector<Line> LinesOf(support::LineScanner lines) {
     std::vector<Line> all;
     while (lines.Next()) {
         all.push_back({std::string(lines.Line()), lines.Begin(), lines.End()});
@@ -41,19 +41,20 @@ TEST(LineScannerTest, EveryTextSplitsIntoItsLines) {
         {{'\0', '\n', '\0'}, {{std::string(1, '\0'), 0, 2}, {std::string(1, '\0'), 2, 3}}},
     };
     for (const Case& c : cases) {
-        EXPECT_TRUE(LinesOf(LineScanner(c.text)) == c.lines) << '"' << c.text << '"';
+        EXPECT_TRUE(LinesOf(support::LineScanner(c.text)) == c.lines) << '"' << c.text << '"';
     }
 }
 
 TEST(LineScannerTest, TheWalkBeginsWhereItIsTold) {
     const std::string text = "ab\ncd\nef";
-    EXPECT_TRUE(LinesOf(LineScanner(text, 3)) == (std::vector<Line>{{"cd", 3, 6}, {"ef", 6, 8}}));
-    EXPECT_TRUE(LinesOf(LineScanner(text, 6)) == (std::vector<Line>{{"ef", 6, 8}}));
-    EXPECT_TRUE(LinesOf(LineScanner(text, 8)).empty());
+    EXPECT_TRUE(LinesOf(support::LineScanner(text, 3)) ==
+                (std::vector<Line>{{"cd", 3, 6}, {"ef", 6, 8}}));
+    EXPECT_TRUE(LinesOf(support::LineScanner(text, 6)) == (std::vector<Line>{{"ef", 6, 8}}));
+    EXPECT_TRUE(LinesOf(support::LineScanner(text, 8)).empty());
 }
 
 TEST(LineScannerTest, BeforeTheFirstLineTheCurrentOneIsEmpty) {
-    const LineScanner lines("ab\ncd", 3);
+    const support::LineScanner lines("ab\ncd", 3);
     EXPECT_EQ(lines.Line(), "");
     EXPECT_EQ(lines.Begin(), 3U);
     EXPECT_EQ(lines.End(), 3U);

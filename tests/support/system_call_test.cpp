@@ -11,7 +11,7 @@
 namespace {
 
 TEST(SystemCallTest, AFailureNamesSubjectStepAndReason) {
-    const auto fail = [] { ThrowSystemFailure(ENOENT, "/etc/x", "open"); };
+    const auto fail = [] { support::ThrowSystemFailure(ENOENT, "/etc/x", "open"); };
     EXPECT_EQ(FailureOf(fail), "/etc/x: open: " + ErrorText(ENOENT));
     try {
         fail();
@@ -22,7 +22,7 @@ TEST(SystemCallTest, AFailureNamesSubjectStepAndReason) {
 
 TEST(SystemCallTest, ACallThatASignalInterruptsIsMadeAgain) {
     int calls = 0;
-    const int result = RetryInterrupted([&] {
+    const int result = support::RetryInterrupted([&] {
         ++calls;
         errno = EINTR;
         return calls < 4 ? -1 : 7;
@@ -33,7 +33,7 @@ TEST(SystemCallTest, ACallThatASignalInterruptsIsMadeAgain) {
 
 TEST(SystemCallTest, ACallThatFailsOtherwiseIsNotMadeAgain) {
     int calls = 0;
-    const long result = RetryInterrupted([&] {
+    const long result = support::RetryInterrupted([&] {
         ++calls;
         errno = EIO;
         return -1L;
@@ -46,7 +46,7 @@ TEST(SystemCallTest, ACallThatFailsOtherwiseIsNotMadeAgain) {
 TEST(SystemCallTest, AnOldErrnoMakesNoSuccessfulCallAnInterruptedOne) {
     int calls = 0;
     errno = EINTR;
-    EXPECT_EQ(RetryInterrupted([&] { return calls++; }), 0);
+    EXPECT_EQ(support::RetryInterrupted([&] { return calls++; }), 0);
     EXPECT_EQ(calls, 1);
 }
 

@@ -12,7 +12,7 @@ __attribute__((format(printf, 1, 2))) std::string Format(const char* format, ...
     va_list arguments;
     va_start(arguments, format);
     try {
-        std::string text = FormatText(format, arguments);
+        std::string text = support::FormatText(format, arguments);
         va_end(arguments);
         return text;
     } catch (...) {

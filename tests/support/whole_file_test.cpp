@@ -22,7 +22,7 @@ namespace {
 class WholeFileTest : public testing::Test {
   protected:
     std::string Read(bool createIfMissing = false) const {
-        return std::string(ReadWholeFile(m_path.c_str(), createIfMissing).View());
+        return std::string(support::ReadWholeFile(m_path.c_str(), createIfMissing).View());
     }
     std::string FailureToRead(bool createIfMissing = false) const {
         return FailureOf([&] { (void)Read(createIfMissing); });
@@ -134,7 +134,7 @@ TEST_F(WholeFileTest, AFileThatIsThereIsReadAsItIsAlsoWhenAMissingOneWouldBeMade
 
 TEST_F(WholeFileTest, FoldersAreNeverMade) {
     const std::string path = m_folder.File("missing/file");
-    EXPECT_EQ(FailureOf([&] { (void)ReadWholeFile(path.c_str(), true); }),
+    EXPECT_EQ(FailureOf([&] { (void)support::ReadWholeFile(path.c_str(), true); }),
               path + ": open: " + ErrorText(ENOENT));
     EXPECT_TRUE(EntriesOf(m_folder.Path()).empty());
 }
@@ -191,10 +191,10 @@ TEST_F(WholeFileTest, ForAnOrdinaryUserTheKernelFollowsLinksAlsoToWhatHasNoNameA
     ASSERT_EQ(chmod(m_folder.Path().c_str(), 0777), 0);
     EXPECT_EQ(RunAsOrdinaryUser([&] {
                   WriteFile(m_path, "text");
-                  const FileDescriptor file(open(m_path.c_str(), O_RDONLY | O_CLOEXEC));
+                  const support::FileDescriptor file(open(m_path.c_str(), O_RDONLY | O_CLOEXEC));
                   EXPECT_EQ(unlink(m_path.c_str()), 0);
                   const std::string link = "/proc/self/fd/" + std::to_string(file.Number());
-                  EXPECT_EQ(ReadWholeFile(link.c_str(), false).View(), "text");
+                  EXPECT_EQ(support::ReadWholeFile(link.c_str(), false).View(), "text");
               }),
               0);
 }
@@ -239,19 +239,19 @@ TEST_F(WholeFileTest, NoFileGetsTheNumberOfAClosedStream) {
 
 TEST_F(WholeFileTest, LineFeedsFollowEachText) {
     const std::string lineFeeds(64, '\n');
-    const auto following = [](const FileText& text) {
-        return std::string(text.bytes.get() + text.size, kLineFeedsAfterText);
+    const auto following = [](const support::FileText& text) {
+        return std::string(text.bytes.get() + text.size, support::kLineFeedsAfterText);
     };
-    EXPECT_EQ(following(MakeText(0)), lineFeeds);
-    EXPECT_EQ(MakeText(0).View(), "");
-    EXPECT_EQ(following(MakeText(3)), lineFeeds);
-    EXPECT_EQ(MakeText(3).size, 3U);
+    EXPECT_EQ(following(support::MakeText(0)), lineFeeds);
+    EXPECT_EQ(support::MakeText(0).View(), "");
+    EXPECT_EQ(following(support::MakeText(3)), lineFeeds);
+    EXPECT_EQ(support::MakeText(3).size, 3U);
     for (const std::string& text : {std::string(), std::string("a"), std::string(5000, 'x')}) {
         WriteFile(m_path, text);
-        EXPECT_EQ(following(ReadWholeFile(m_path.c_str(), false)), lineFeeds);
+        EXPECT_EQ(following(support::ReadWholeFile(m_path.c_str(), false)), lineFeeds);
     }
     const CallWatch cutting(Call::kRead, [&](int) { return truncate(m_path.c_str(), 3); });
-    EXPECT_EQ(following(ReadWholeFile(m_path.c_str(), false)), lineFeeds);
+    EXPECT_EQ(following(support::ReadWholeFile(m_path.c_str(), false)), lineFeeds);
 }
 
 TEST_F(WholeFileTest, ATextTellsWhichFileItIsOf) {
@@ -259,7 +259,7 @@ TEST_F(WholeFileTest, ATextTellsWhichFileItIsOf) {
     ASSERT_EQ(symlink("target", m_path.c_str()), 0);
     struct stat status {};
     ASSERT_EQ(stat(m_path.c_str(), &status), 0);
-    const FileText text = ReadWholeFile(m_path.c_str(), false);
+    const support::FileText text = support::ReadWholeFile(m_path.c_str(), false);
     EXPECT_EQ(text.identity.device, status.st_dev);
     EXPECT_EQ(text.identity.inode, status.st_ino);
     struct stat open {};
@@ -295,7 +295,7 @@ TEST_F(WholeFileTest, OnlyARegularFileIsReadAndNothingIsWaitedFor) {
 
 TEST_F(WholeFileTest, ATerminalThatIsRefusedDoesNotBecomeThatOfTheProcess) {
     const int code = RunWithoutTerminal([](const std::string& terminal) {
-        EXPECT_THROW((void)ReadWholeFile(terminal.c_str(), false), std::system_error);
+        EXPECT_THROW((void)support::ReadWholeFile(terminal.c_str(), false), std::system_error);
         EXPECT_FALSE(HasTerminal());
     });
     if (code == ChildProcess::kNotPermitted) {
@@ -327,7 +327,7 @@ TEST_F(WholeFileTest, AFileThatDoesNotFitIntoMemoryIsAFailureAndLeavesNothingOpe
     const FailingCall failing(Call::kNew, ENOMEM);
     bool failed = false;
     try {
-        (void)ReadWholeFile(m_path.c_str(), false);
+        (void)support::ReadWholeFile(m_path.c_str(), false);
     } catch (const std::bad_alloc&) {
         failed = true;
     }

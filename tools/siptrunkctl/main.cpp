@@ -16,7 +16,7 @@ namespace {
 int Report(const Context& context, const Failure& failure) {
     const bool color = WantsColor(context.outputOptions.color, STDERR_FILENO);
     const std::string_view text = failure.what();
-    for (LineScanner lines(text); lines.Next();) {
+    for (support::LineScanner lines(text); lines.Next();) {
         WriteError((color ? "\x1b[1;31msiptrunkctl:\x1b[0m " : "siptrunkctl: ") +
                    Harmless(lines.Line()) + "\n");
     }

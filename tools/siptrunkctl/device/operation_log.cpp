@@ -21,7 +21,7 @@ constexpr std::string_view kErrorEnd = " ";
 int OpenMemory() {
     const int memory = memfd_create("siptrunkctl", MFD_CLOEXEC);
     if (memory == -1) {
-        ThrowSystemFailure(errno, "log in memory", "open");
+        support::ThrowSystemFailure(errno, "log in memory", "open");
     }
     return memory;
 }
@@ -31,9 +31,9 @@ int OpenFile(const std::string& name) {
         return -1;
     }
     const int flags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
-    const int file = RetryInterrupted([&] { return open(name.c_str(), flags, 0640); });
+    const int file = support::RetryInterrupted([&] { return open(name.c_str(), flags, 0640); });
     if (file == -1) {
-        ThrowSystemFailure(errno, name, "open log");
+        support::ThrowSystemFailure(errno, name, "open log");
     }
     return file;
 }
@@ -49,7 +49,7 @@ std::string OperationLog::TakeLines() {
     std::string lines;
     std::array<char, 4096> block{};
     ssize_t count = 0;
-    while ((count = RetryInterrupted([&] {
+    while ((count = support::RetryInterrupted([&] {
                 return pread(m_memory.Number(), block.data(), block.size(),
                              static_cast<off_t>(lines.size()));
             })) > 0) {
@@ -63,10 +63,11 @@ std::optional<std::string> OperationLog::TakeCause() {
     const std::string lines = TakeLines();
     if (m_file.Number() != -1 && !lines.empty()) {
         // As the library has it: a log that takes no line changes nothing in an operation's result.
-        (void)RetryInterrupted([&] { return write(m_file.Number(), lines.data(), lines.size()); });
+        (void)support::RetryInterrupted(
+            [&] { return write(m_file.Number(), lines.data(), lines.size()); });
     }
     std::optional<std::string> cause;
-    for (LineScanner scanner(lines); scanner.Next();) {
+    for (support::LineScanner scanner(lines); scanner.Next();) {
         std::string_view line = scanner.Line().substr(std::min(kTimePrefix, scanner.Line().size()));
         if (line.substr(0, kErrorMark.size()) != kErrorMark) {
             continue;

@@ -25,7 +25,7 @@ class OperationLog {
   private:
     std::string TakeLines();
 
-    FileDescriptor m_memory;
-    FileDescriptor m_file;
+    support::FileDescriptor m_memory;
+    support::FileDescriptor m_file;
     std::optional<CSIPTrunkLogger> m_logger;
 };

@@ -18,9 +18,9 @@ namespace syntax = raiklaik::syntax;
 
 DatabaseEntry EntryOf(std::string_view line, std::size_t number) {
     const std::size_t separator = line.find(*syntax::kSeparator);
-    const std::string_view key = WithoutTrailingBlanks(line.substr(0, separator));
-    return {std::string(WithoutLeadingBlanks(key)), std::string(line.substr(separator + 1)),
-            number};
+    const std::string_view key = support::WithoutTrailingBlanks(line.substr(0, separator));
+    return {std::string(support::WithoutLeadingBlanks(key)),
+            std::string(line.substr(separator + 1)), number};
 }
 
 }  // namespace
@@ -54,7 +54,7 @@ Database ScanDatabase(std::string_view text) {
     Database database;
     bool inSection = false;
     std::size_t number = 0;
-    for (LineScanner lines(text); lines.Next();) {
+    for (support::LineScanner lines(text); lines.Next();) {
         const std::string_view line = lines.Line();
         const LineKind kind = grammar.KindOf(line);
         const bool hasNul = line.find('\0') != std::string_view::npos;
@@ -88,7 +88,7 @@ std::string ReadDatabaseText(const std::string& path) {
         throw Failure(ExitCode::kFailed,
                       path + ": it has more than " + std::to_string(kLargestFile) + " bytes");
     }
-    return std::string(ReadWholeFile(path.c_str(), false).View());
+    return std::string(support::ReadWholeFile(path.c_str(), false).View());
 }
 
 Database ReadDatabase(const std::string& path) { return ScanDatabase(ReadDatabaseText(path)); }

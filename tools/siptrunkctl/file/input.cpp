@@ -12,11 +12,11 @@
 
 std::string ReadInput(const std::string& name, std::size_t limit) {
     const bool isStandardInput = name == "-";
-    const FileDescriptor opened(isStandardInput ? -1 : RetryInterrupted([&] {
+    const support::FileDescriptor opened(isStandardInput ? -1 : support::RetryInterrupted([&] {
         return open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
     }));
     if (!isStandardInput && opened.Number() == -1) {
-        ThrowSystemFailure(errno, name, "open");
+        support::ThrowSystemFailure(errno, name, "open");
     }
     const std::string shown = isStandardInput ? "standard input" : name;
     const int file = isStandardInput ? STDIN_FILENO : opened.Number();
@@ -24,9 +24,9 @@ std::string ReadInput(const std::string& name, std::size_t limit) {
     std::array<char, 4096> block{};
     while (true) {
         const ssize_t count =
-            RetryInterrupted([&] { return read(file, block.data(), block.size()); });
+            support::RetryInterrupted([&] { return read(file, block.data(), block.size()); });
         if (count == -1) {
-            ThrowSystemFailure(errno, shown, "read");
+            support::ThrowSystemFailure(errno, shown, "read");
         }
         if (count == 0) {
             return text;

@@ -25,7 +25,7 @@ const char* VariableOr(const char* name, const char* otherwise) {
 std::string MakeFolder() {
     std::string folder = std::string(VariableOr("TMPDIR", "/tmp")) + "/siptrunkctl.XXXXXX";
     if (mkdtemp(folder.data()) == nullptr) {  // with mode 0700
-        ThrowSystemFailure(errno, folder, "make folder");
+        support::ThrowSystemFailure(errno, folder, "make folder");
     }
     return folder;
 }
@@ -55,22 +55,22 @@ class IgnoredInterrupts {
 
 PrivateCopy::PrivateCopy(const std::string& text)
     : m_folder(MakeFolder()), m_path(m_folder + "/siptrunkdb") {
-    const FileDescriptor file(RetryInterrupted(
+    const support::FileDescriptor file(support::RetryInterrupted(
         [&] { return open(m_path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600); }));
     for (std::size_t done = 0; file.Number() != -1 && done < text.size();) {
-        const ssize_t count = RetryInterrupted(
+        const ssize_t count = support::RetryInterrupted(
             [&] { return write(file.Number(), text.data() + done, text.size() - done); });
         if (count == -1) {
             const int error = errno;
             (void)std::filesystem::remove_all(m_folder);
-            ThrowSystemFailure(error, m_path, "write");
+            support::ThrowSystemFailure(error, m_path, "write");
         }
         done += static_cast<std::size_t>(count);
     }
     if (file.Number() == -1) {
         const int error = errno;
         (void)rmdir(m_folder.c_str());
-        ThrowSystemFailure(error, m_path, "open");
+        support::ThrowSystemFailure(error, m_path, "open");
     }
 }
 
@@ -95,8 +95,9 @@ void RunEditor(const std::string& path) {
         _exit(127);
     }
     int status = 0;
-    if (process == -1 || RetryInterrupted([&] { return waitpid(process, &status, 0); }) == -1) {
-        ThrowSystemFailure(errno, editor, "start");
+    if (process == -1 ||
+        support::RetryInterrupted([&] { return waitpid(process, &status, 0); }) == -1) {
+        support::ThrowSystemFailure(errno, editor, "start");
     }
     if (WIFSIGNALED(status)) {
         throw Failure(ExitCode::kFailed, "editor \"" + editor + "\": signal " +

@@ -49,9 +49,9 @@ std::string TextWith(const std::string& text, const Database& stored, const Sect
 
 void StoreDatabase(const std::string& before, const std::string& text) {
     const std::string path = DatabasePath();
-    FileText loaded = ReadWholeFile(path.c_str(), true);
+    support::FileText loaded = support::ReadWholeFile(path.c_str(), true);
     if (loaded.View() != before) {
         throw Failure(ExitCode::kFailed, path + ": it was changed meanwhile");
     }
-    ReplaceFile(path.c_str(), loaded.identity, {text});
+    support::ReplaceFile(path.c_str(), loaded.identity, {text});
 }

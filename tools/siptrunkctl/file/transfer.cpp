@@ -69,7 +69,8 @@ DatabaseSection ReadSection(const std::string& name, std::size_t number,
         if (!stem.empty() && byKey.count(stem) != 0) {
             continue;
         }
-        if (const char* fault = KeyFault(member.key, *syntax::kSeparator, *syntax::kComment)) {
+        if (const char* fault =
+                support::KeyFault(member.key, *syntax::kSeparator, *syntax::kComment)) {
             refuse(member.key, fault);
         }
         if (member.key.find('\0') != std::string::npos) {

@@ -49,7 +49,7 @@ FileWatch::FileWatch(const std::string& path)
     const std::string folder = FolderOf(RealPath(m_path));
     if (m_events.Number() == -1 ||
         inotify_add_watch(m_events.Number(), folder.c_str(), kComings | IN_CLOSE_WRITE) == -1) {
-        ThrowSystemFailure(errno, folder, "watch");
+        support::ThrowSystemFailure(errno, folder, "watch");
     }
     WatchAll();
 }
@@ -82,10 +82,10 @@ void FileWatch::WatchAll() {
 // Returns whether one of the events is about the file; its times are too coarse to tell.
 bool FileWatch::WaitForEvent() const {
     alignas(struct inotify_event) std::array<char, 4096> block{};
-    const ssize_t count =
-        RetryInterrupted([&] { return read(m_events.Number(), block.data(), block.size()); });
+    const ssize_t count = support::RetryInterrupted(
+        [&] { return read(m_events.Number(), block.data(), block.size()); });
     if (count == -1) {
-        ThrowSystemFailure(errno, m_path, "watch");
+        support::ThrowSystemFailure(errno, m_path, "watch");
     }
     bool isAbout = false;
     struct inotify_event event {};

@@ -28,7 +28,7 @@ class FileWatch {
 
     std::string m_path;
     std::string m_name;  // of the file in its folder, after links
-    FileDescriptor m_events;
+    support::FileDescriptor m_events;
     support::FileStatus m_folder;  // of the folder that the file is in; mode 0 while there is none
     support::FileStatus m_file;    // the one last seen
 };

@@ -67,8 +67,8 @@ void Output::Confirm(const std::string& text, const Json& json) {
 
 void Output::Flush() {
     for (std::string_view text = m_text; !text.empty();) {
-        const ssize_t written =
-            RetryInterrupted([&] { return write(STDOUT_FILENO, text.data(), text.size()); });
+        const ssize_t written = support::RetryInterrupted(
+            [&] { return write(STDOUT_FILENO, text.data(), text.size()); });
         if (written == -1) {
             throw Failure(ExitCode::kFailed,
                           std::string("standard output: write: ") + std::strerror(errno));
