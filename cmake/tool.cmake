@@ -20,7 +20,6 @@ file(CREATE_LINK "${RAIKLAIK_JSON_DIR}/nlohmann" "${toolHeaders}/nlohmann" SYMBO
 
 file(GLOB_RECURSE toolSources CONFIGURE_DEPENDS tools/siptrunkctl/*.cpp)
 add_executable(siptrunkctl ${toolSources} src/foundation/paths.cpp)
-target_compile_definitions(siptrunkctl PRIVATE "RAIKLAIK_VERSION=\"${PROJECT_VERSION}\"")
 target_include_directories(siptrunkctl SYSTEM PRIVATE "${toolHeaders}")
 target_link_libraries(siptrunkctl PRIVATE raiklaik raiklaik_support)
 # A flash disk holds it, and it waits for the disk and the lock, not for the processor.

@@ -18,6 +18,11 @@
 #include "support/log_stream.h"
 #include "support/thread_mutex.h"
 
+/// The version, for programs that build with several. The build takes its own from here.
+#define RAIKLAIK_VERSION_MAJOR 1
+#define RAIKLAIK_VERSION_MINOR 1
+#define RAIKLAIK_VERSION "1.1.0"
+
 #ifdef __TIMESIZE  // glibc: the bits of time_t where no option changes them
 static_assert(sizeof(std::time_t) * CHAR_BIT == __TIMESIZE,
               "raiklaik.h needs time_t as the platform has it: compile without _TIME_BITS=64, or "

@@ -75,4 +75,10 @@ TEST_F(ServiceTest, NothingIsKeptBetweenTwoCalls) {
     EXPECT_EQ(record.remote_ip, "10.0.0.1");
 }
 
+TEST(VersionTest, TheTextBeginsWithTheNumbers) {
+    const std::string numbers =
+        std::to_string(RAIKLAIK_VERSION_MAJOR) + "." + std::to_string(RAIKLAIK_VERSION_MINOR) + ".";
+    EXPECT_EQ(std::string(RAIKLAIK_VERSION).substr(0, numbers.size()), numbers);
+}
+
 }  // namespace

@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstdlib>
 
+#include "include/raiklaik.h"
 #include "support/process_semaphore.h"
 #include "tests/fixture/child_process.h"
 #include "tests/fixture/own_lock.h"

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "include/raiklaik.h"
 #include "tools/siptrunkctl/commands/commands.h"
 #include "tools/siptrunkctl/commands/define.h"
 #include "tools/siptrunkctl/device/cause.h"
