@@ -83,4 +83,19 @@ Verdict examples/a.cpp '"support/config_file.h"' no
 Verdict tests/agent/a_test.cpp '"src/agent/b.h"' yes
 Verdict tests/agent/a_test.cpp '<gtest/gtest.h>' yes
 
+# A file of 330 lines is accepted, one of 331 is not.
+rm -rf "${tree:?}"/*
+mkdir -p "$tree/support"
+printf '// %s\n' {1..330} >"$tree/support/a.cpp"
+"$check" "$tree" 2>/dev/null || {
+    echo "330 lines: refused"
+    failures=$((failures + 1))
+}
+echo '//' >>"$tree/support/a.cpp"
+report=$("$check" "$tree" 2>&1) && accepted=yes || accepted=no
+[[ $accepted == no && $report == "support/a.cpp:331: may not have more than 330 lines" ]] || {
+    echo "331 lines: accepted is $accepted; report: $report"
+    failures=$((failures + 1))
+}
+
 exit $((failures > 0))
