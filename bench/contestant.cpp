@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <stdexcept>
 
+using namespace raiklaik;
+
 namespace {
 
 template <typename Named, typename Name>

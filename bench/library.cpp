@@ -8,6 +8,8 @@
 #include "bench/files.h"
 #include "include/raiklaik.h"
 
+using namespace raiklaik;
+
 namespace {
 
 class Library final : public Contestant {

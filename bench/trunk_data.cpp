@@ -2,6 +2,8 @@
 
 #include "src/foundation/flags.h"
 
+using namespace raiklaik;
+
 std::string TrunkName(int index) { return "trunk-" + std::to_string(index); }
 
 int MiddleTrunk(int trunks) { return trunks / 4 * 2; }

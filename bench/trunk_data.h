@@ -30,25 +30,25 @@ Entries StoredEntries(const Record& record);
 template <typename Get>
 Record FoundRecord(const Get& get) {
     Record record;
-    record.trunk_name = get(key::kTrunkName);
-    record.trunk_type = get(key::kTrunkType);
-    record.user_name = get(key::kUserName);
-    record.password = get(key::kPassword);
-    record.remote_ip = get(key::kMasterIp);
-    record.remote_port = get(key::kMasterPort);
-    record.registration_status = std::string_view(get(key::kRegistrationStatus)) == "1";
-    record.registration_date = get(key::kRegistrationDate);
-    record.registration_time = get(key::kRegistrationTime);
+    record.trunk_name = get(raiklaik::key::kTrunkName);
+    record.trunk_type = get(raiklaik::key::kTrunkType);
+    record.user_name = get(raiklaik::key::kUserName);
+    record.password = get(raiklaik::key::kPassword);
+    record.remote_ip = get(raiklaik::key::kMasterIp);
+    record.remote_port = get(raiklaik::key::kMasterPort);
+    record.registration_status = std::string_view(get(raiklaik::key::kRegistrationStatus)) == "1";
+    record.registration_date = get(raiklaik::key::kRegistrationDate);
+    record.registration_time = get(raiklaik::key::kRegistrationTime);
     return record;
 }
 
 /// Fills what a list of the trunks to a master gives of each.
 template <typename Get>
 void FillListedRecord(Record& record, const Get& get) {
-    record.trunk_name = get(key::kTrunkName);
-    record.user_name = get(key::kUserName);
-    record.remote_ip = get(key::kMasterIp);
-    record.remote_port = get(key::kMasterPort);
-    record.registration_date = get(key::kRegistrationDate);
-    record.registration_time = get(key::kRegistrationTime);
+    record.trunk_name = get(raiklaik::key::kTrunkName);
+    record.user_name = get(raiklaik::key::kUserName);
+    record.remote_ip = get(raiklaik::key::kMasterIp);
+    record.remote_port = get(raiklaik::key::kMasterPort);
+    record.registration_date = get(raiklaik::key::kRegistrationDate);
+    record.registration_time = get(raiklaik::key::kRegistrationTime);
 }

@@ -9,6 +9,8 @@
 #include "bench/contestant.h"
 #include "bench/files.h"
 
+using namespace raiklaik;
+
 namespace {
 
 using Handler = std::function<void(const char* section, const char* key, const char* value)>;

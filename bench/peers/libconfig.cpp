@@ -9,6 +9,8 @@
 #include "bench/contestant.h"
 #include "bench/files.h"
 
+using namespace raiklaik;
+
 namespace {
 
 class Configuration {

@@ -7,6 +7,8 @@
 #include "bench/contestant.h"
 #include "bench/files.h"
 
+using namespace raiklaik;
+
 namespace {
 
 void Check(int result) {

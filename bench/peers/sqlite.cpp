@@ -8,6 +8,8 @@
 #include "bench/contestant.h"
 #include "bench/files.h"
 
+using namespace raiklaik;
+
 namespace {
 
 class Database {

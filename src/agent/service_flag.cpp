@@ -6,6 +6,8 @@
 #include "src/foundation/paths.h"
 #include "support/config_file.h"
 
+using namespace raiklaik;
+
 bool CSIPTrunkConfig::LoadAgentStatus() {
     return RunLocked<LocalBuffer>(*m_semaphore, m_logger, false, [](ValueBuffer buffer) {
         const Configuration::ConfigFile startFile(StartFilePath().c_str(), false, true, false, "=",

@@ -1,8 +1,9 @@
 #include "include/raiklaik.h"
-#include "src/foundation/access_frame.h"
 #include "src/foundation/flags.h"
 #include "src/foundation/key_table.h"
 #include "src/foundation/trunk_database.h"
+
+using namespace raiklaik;
 
 namespace {
 
@@ -21,8 +22,7 @@ bool ReadSwitch(TrunkDatabase& sections, const char* key, bool& enabled) {
 
 bool CSIPTrunkConfig::GetSIPTrunkAgentStates(CSIPTrunkBase::STAgentStates& states) {
     TraceProgress(m_logger, "INFO:SIP Trunk: Get agent states from siptrunkdb...\n");
-    return RunLocked<LocalBuffer>(*m_semaphore, m_logger, false, [&](ValueBuffer buffer) {
-        TrunkDatabase sections(OpenMode::kReadOnly, buffer);
+    return ReadTrunks<LocalBuffer>(*m_semaphore, m_logger, [&](TrunkDatabase& sections) {
         if (!sections.NextSection()) {
             return true;
         }
@@ -36,8 +36,7 @@ bool CSIPTrunkConfig::GetSIPTrunkAgentStates(CSIPTrunkBase::STAgentStates& state
 
 bool CSIPTrunkConfig::SetSIPTrunkAgentStates(const CSIPTrunkBase::STAgentStates& states) {
     TraceProgress(m_logger, "INFO:SIP Trunk: Set agent states to siptrunkdb...\n");
-    return RunLocked<LocalBuffer>(*m_semaphore, m_logger, false, [&](ValueBuffer buffer) {
-        TrunkDatabase sections(OpenMode::kChangeOrCreate, buffer);
+    return ChangeOrCreateTrunks<LocalBuffer>(*m_semaphore, m_logger, [&](TrunkDatabase& sections) {
         // A first section with one switch is not repaired: a new one is put before it.
         if (!sections.NextSection() || !sections.Read(key::kMasterEnabled) ||
             !sections.Read(key::kSlaveEnabled)) {

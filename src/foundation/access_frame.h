@@ -15,6 +15,8 @@
 // 3. A std::exception, also one of the lock or the buffer, becomes the operation's failure value
 //    and one ERROR line, which is written without the lock.
 
+namespace raiklaik {
+
 /// Where the values that an operation reads are put.
 struct ValueBuffer {
     char* text;
@@ -25,7 +27,7 @@ struct ValueBuffer {
 /// stack to pay. Which operations use it and which a SmartBuffer is part of what each of them
 /// promises.
 struct LocalBuffer {
-    char m_data[raiklaik::kValueCapacity] = "";
+    char m_data[kValueCapacity] = "";
     std::uint32_t m_capacity = sizeof(m_data);
 };
 
@@ -59,3 +61,5 @@ Result RunLocked(Semaphore& semaphore, CSIPTrunkLogger* logger, Result onFailure
         return onFailure;
     }
 }
+
+}  // namespace raiklaik

@@ -7,6 +7,8 @@
 // Flags are stored as "1" and "0". Each operation reads them in one of three ways, which differ on
 // every other text.
 
+namespace raiklaik {
+
 namespace flag {
 
 /// "1", "10", "1x"; not " 1".
@@ -24,3 +26,5 @@ inline bool IsNonZeroNumber(const std::string& text) {
 inline const char* Text(bool value) { return value ? "1" : "0"; }
 
 }  // namespace flag
+
+}  // namespace raiklaik

@@ -4,6 +4,8 @@
 
 // Every key and reserved value of the two files. No other file of the library spells one.
 
+namespace raiklaik {
+
 namespace key {
 
 constexpr const char* kMasterEnabled = "siptrunk_master_enabled";
@@ -61,3 +63,5 @@ namespace word {
 constexpr const char* kEdit = "op_edit";
 
 }  // namespace word
+
+}  // namespace raiklaik

@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <string_view>
 
+namespace raiklaik {
+
 namespace {
 
 std::string BelowBaseDirectory(std::string_view file) {
@@ -23,3 +25,5 @@ const char* BaseDirectory() {
 std::string DatabasePath() { return BelowBaseDirectory("telephony/siptrunkdb"); }
 
 std::string StartFilePath() { return BelowBaseDirectory("sysconfig/rc.conf"); }
+
+}  // namespace raiklaik

@@ -6,6 +6,8 @@
 // so that its value ends in "/", or "/etc/qorv-conf/" when it is not set. It is read at each call;
 // changing the environment meanwhile, in another thread, is not safe (getenv(3)).
 
+namespace raiklaik {
+
 constexpr const char* kBaseDirectoryVariable = "QORV_PATH";
 constexpr const char* kDefaultBaseDirectory = "/etc/qorv-conf/";
 
@@ -17,3 +19,5 @@ std::string DatabasePath();
 
 /// The system start file: base directory + "sysconfig/rc.conf".
 std::string StartFilePath();
+
+}  // namespace raiklaik

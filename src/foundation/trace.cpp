@@ -7,6 +7,8 @@
 #include "include/raiklaik.h"
 #include "support/text_format.h"
 
+namespace raiklaik {
+
 namespace {
 
 constexpr unsigned char kErrorLevel = 1;
@@ -38,3 +40,5 @@ void TraceError(CSIPTrunkLogger* logger, const char* cause) {
         // The failure itself is told by the operation's result.
     }
 }
+
+}  // namespace raiklaik

@@ -4,7 +4,7 @@
 #include "src/foundation/key_table.h"
 #include "src/foundation/paths.h"
 
-namespace syntax = raiklaik::syntax;
+namespace raiklaik {
 
 TrunkDatabase::TrunkDatabase(OpenMode mode, ValueBuffer buffer)
     : m_file(DatabasePath().c_str(), mode == OpenMode::kChangeOrCreate, mode == OpenMode::kReadOnly,
@@ -60,3 +60,5 @@ void TrunkDatabase::DeleteSection() { m_file.DeleteSection(); }
 void TrunkDatabase::RestartSection() { m_file.RestartSection(); }
 
 void TrunkDatabase::Save() { m_file.Save(true, nullptr); }
+
+}  // namespace raiklaik

@@ -7,6 +7,8 @@
 #include "support/multi_section_file.h"
 #include "support/word_step.h"
 
+namespace raiklaik {
+
 /// How an operation opens the database; the only place where the flags of the file are spelled.
 enum class OpenMode {
     kReadOnly,       ///< only reads
@@ -78,3 +80,35 @@ class TrunkDatabase {
     ValueBuffer m_buffer;
     std::size_t m_length = 0;  // of the text in it
 };
+
+/// Runs an operation's work in the frame of access_frame.h, on the trunk database opened for
+/// reading.
+/// @param work called with the TrunkDatabase; its result is the operation's, which is false on
+/// failure
+template <typename Buffer, typename Work>
+bool ReadTrunks(Semaphore& semaphore, CSIPTrunkLogger* logger, const Work& work) {
+    return RunLocked<Buffer>(semaphore, logger, false, [&](ValueBuffer buffer) {
+        TrunkDatabase trunks(OpenMode::kReadOnly, buffer);
+        return work(trunks);
+    });
+}
+
+/// The same for an operation that changes what is there.
+template <typename Buffer, typename Work>
+bool ChangeTrunks(Semaphore& semaphore, CSIPTrunkLogger* logger, const Work& work) {
+    return RunLocked<Buffer>(semaphore, logger, false, [&](ValueBuffer buffer) {
+        TrunkDatabase trunks(OpenMode::kChange, buffer);
+        return work(trunks);
+    });
+}
+
+/// The same for an operation that may add a section.
+template <typename Buffer, typename Work>
+bool ChangeOrCreateTrunks(Semaphore& semaphore, CSIPTrunkLogger* logger, const Work& work) {
+    return RunLocked<Buffer>(semaphore, logger, false, [&](ValueBuffer buffer) {
+        TrunkDatabase trunks(OpenMode::kChangeOrCreate, buffer);
+        return work(trunks);
+    });
+}
+
+}  // namespace raiklaik

@@ -1,14 +1,14 @@
 #include "include/raiklaik.h"
-#include "src/foundation/access_frame.h"
 #include "src/foundation/flags.h"
 #include "src/foundation/key_table.h"
 #include "src/foundation/trunk_database.h"
 
+using namespace raiklaik;
+
 bool CSIPTrunkConfig::GetTrunkToMasterParams(const std::string& trunkName,
                                              CSIPTrunkBase::STRegistrationFields& fields,
                                              const bool& current) {
-    return RunLocked<LocalBuffer>(*m_semaphore, m_logger, false, [&](ValueBuffer buffer) {
-        TrunkDatabase trunks(OpenMode::kReadOnly, buffer);
+    return ReadTrunks<LocalBuffer>(*m_semaphore, m_logger, [&](TrunkDatabase& trunks) {
         if (!trunks.FindTrunkToMaster(trunkName)) {
             return true;
         }
@@ -30,8 +30,7 @@ bool CSIPTrunkConfig::GetTrunkToMasterParams(const std::string& trunkName,
 }
 
 bool CSIPTrunkConfig::ChangeTrunkToMasterConfig(const std::string& trunkName) {
-    return RunLocked<SmartBuffer>(*m_semaphore, m_logger, false, [&](ValueBuffer buffer) {
-        TrunkDatabase trunks(OpenMode::kChange, buffer);
+    return ChangeTrunks<SmartBuffer>(*m_semaphore, m_logger, [&](TrunkDatabase& trunks) {
         if (trunks.FindTrunkToMaster(trunkName)) {
             for (const auto& [live, saved] : key::kSavedCopy) {
                 trunks.Copy(live, saved);

@@ -1,17 +1,19 @@
 #include "include/raiklaik.h"
-#include "src/foundation/access_frame.h"
 #include "src/foundation/flags.h"
 #include "src/foundation/key_table.h"
-#include "src/foundation/registration_stamp.h"
+#include "src/foundation/stamp.h"
 #include "src/foundation/trunk_database.h"
+
+using namespace raiklaik;
 
 bool CSIPTrunkConfig::SetTrunkToMasterActiveState(const std::string& trunkName) {
     TraceProgress(m_logger, "INFO:SIP Trunk: Set active state trunk to master : %s\n",
                   trunkName.c_str());
-    return RunLocked<SmartBuffer>(*m_semaphore, m_logger, false, [&](ValueBuffer buffer) {
-        TrunkDatabase trunks(OpenMode::kChange, buffer);
+    return ChangeTrunks<SmartBuffer>(*m_semaphore, m_logger, [&](TrunkDatabase& trunks) {
         if (trunks.FindTrunkToMaster(trunkName)) {
-            WriteStamp(*this, trunks);
+            Stamp now;
+            GetLocalDateTime(now.time, now.date);
+            WriteStamp(trunks, now);
         }
         trunks.Save();
         return true;
@@ -21,8 +23,7 @@ bool CSIPTrunkConfig::SetTrunkToMasterActiveState(const std::string& trunkName) 
 bool CSIPTrunkConfig::SetTrunkToMasterInActiveState(const std::string& trunkName) {
     TraceProgress(m_logger, "INFO:SIP Trunk: Set Trunk To Master : %s  InActive State...\n",
                   trunkName.c_str());
-    return RunLocked<SmartBuffer>(*m_semaphore, m_logger, false, [&](ValueBuffer buffer) {
-        TrunkDatabase trunks(OpenMode::kChange, buffer);
+    return ChangeTrunks<SmartBuffer>(*m_semaphore, m_logger, [&](TrunkDatabase& trunks) {
         if (trunks.FindTrunkToMaster(trunkName)) {
             EraseStamp(trunks);
         }
@@ -32,8 +33,7 @@ bool CSIPTrunkConfig::SetTrunkToMasterInActiveState(const std::string& trunkName
 }
 
 bool CSIPTrunkConfig::SetUnregisterStateToTrunks() {
-    return RunLocked<SmartBuffer>(*m_semaphore, m_logger, false, [&](ValueBuffer buffer) {
-        TrunkDatabase trunks(OpenMode::kChange, buffer);
+    return ChangeTrunks<SmartBuffer>(*m_semaphore, m_logger, [&](TrunkDatabase& trunks) {
         (void)trunks.NextSection();  // the agents' switches, never changed here
         while (trunks.NextSection()) {
             if (flag::BeginsWithOne(trunks.Get(key::kRegistrationStatus))) {

@@ -1,8 +1,9 @@
 #include "include/raiklaik.h"
-#include "src/foundation/access_frame.h"
 #include "src/foundation/flags.h"
 #include "src/foundation/key_table.h"
 #include "src/foundation/trunk_database.h"
+
+using namespace raiklaik;
 
 namespace {
 
@@ -13,8 +14,7 @@ bool IsActive(TrunkDatabase& trunks) { return !trunks.Get(key::kRegistrationDate
 
 bool CSIPTrunkConfig::GetSIPTrunksState(std::list<CSIPTrunkBase::STTrunkState>& states,
                                         const std::string& trunkType) {
-    return RunLocked<SmartBuffer>(*m_semaphore, m_logger, false, [&](ValueBuffer buffer) {
-        TrunkDatabase trunks(OpenMode::kReadOnly, buffer);
+    return ReadTrunks<SmartBuffer>(*m_semaphore, m_logger, [&](TrunkDatabase& trunks) {
         while (trunks.NextSection()) {
             if (trunkType != type::kEvery && !trunks.Is(key::kTrunkType, trunkType)) {
                 continue;
@@ -32,8 +32,7 @@ bool CSIPTrunkConfig::GetSIPTrunksState(std::list<CSIPTrunkBase::STTrunkState>& 
 
 bool CSIPTrunkConfig::GetSIPTrunkState(const std::string& trunkName,
                                        CSIPTrunkBase::SIPTrunkActivity& activity) {
-    return RunLocked<SmartBuffer>(*m_semaphore, m_logger, false, [&](ValueBuffer buffer) {
-        TrunkDatabase trunks(OpenMode::kReadOnly, buffer);
+    return ReadTrunks<SmartBuffer>(*m_semaphore, m_logger, [&](TrunkDatabase& trunks) {
         activity = CSIPTrunkBase::TRUNK_ACTIVE;
         if (!trunks.FindByName(trunkName)) {
             activity = CSIPTrunkBase::TRUNK_NOT_FOUND;
@@ -45,8 +44,7 @@ bool CSIPTrunkConfig::GetSIPTrunkState(const std::string& trunkName,
 }
 
 bool CSIPTrunkConfig::GetStateOfTrunkToMaster(const std::string& trunkName) {
-    return RunLocked<SmartBuffer>(*m_semaphore, m_logger, false, [&](ValueBuffer buffer) {
-        TrunkDatabase trunks(OpenMode::kReadOnly, buffer);
+    return ReadTrunks<SmartBuffer>(*m_semaphore, m_logger, [&](TrunkDatabase& trunks) {
         while (trunks.FindTrunkToMaster(trunkName)) {
             if (trunks.Read(key::kRegistrationStatus) && flag::IsExactlyOne(trunks.Text())) {
                 return true;

@@ -1,14 +1,14 @@
 #include "include/raiklaik.h"
-#include "src/foundation/access_frame.h"
 #include "src/foundation/flags.h"
 #include "src/foundation/key_table.h"
-#include "src/foundation/registration_stamp.h"
+#include "src/foundation/stamp.h"
 #include "src/foundation/trunk_database.h"
+
+using namespace raiklaik;
 
 bool CSIPTrunkConfig::GetMasterAccesibleUsersList(
     std::vector<CSIPTrunkBase::STAccessibleUser>& accessibleUsers) {
-    return RunLocked<LocalBuffer>(*m_semaphore, m_logger, false, [&](ValueBuffer buffer) {
-        TrunkDatabase trunks(OpenMode::kReadOnly, buffer);
+    return ReadTrunks<LocalBuffer>(*m_semaphore, m_logger, [&](TrunkDatabase& trunks) {
         while (trunks.NextSection()) {
             if (!trunks.Is(key::kTrunkType, type::kForSlave)) {
                 continue;
@@ -25,8 +25,7 @@ bool CSIPTrunkConfig::GetMasterAccesibleUsersList(
 
 bool CSIPTrunkConfig::GetSlaveAccesibleUsersList(
     std::vector<CSIPTrunkBase::STAccessibleSlave>& accessibleSlaves) {
-    return RunLocked<LocalBuffer>(*m_semaphore, m_logger, false, [&](ValueBuffer buffer) {
-        TrunkDatabase trunks(OpenMode::kChange, buffer);
+    return ChangeTrunks<LocalBuffer>(*m_semaphore, m_logger, [&](TrunkDatabase& trunks) {
         while (trunks.NextSection()) {
             if (!trunks.Is(key::kTrunkType, type::kToMaster) ||
                 !flag::IsExactlyOne(trunks.Get(key::kRegistrationStatus))) {

@@ -3,6 +3,8 @@
 #include "src/foundation/key_table.h"
 #include "src/foundation/trunk_database.h"
 
+using namespace raiklaik;
+
 bool CSIPTrunkConfig::InitRegisterSlaveList(
     std::vector<CSIPTrunkBase::STRegistrationParam>& slaves) {
     TraceProgress(m_logger, "INFO:SIP Trunk: Set registered slave's list...\n");

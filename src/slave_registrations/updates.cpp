@@ -1,8 +1,9 @@
 #include "include/raiklaik.h"
-#include "src/foundation/access_frame.h"
 #include "src/foundation/key_table.h"
-#include "src/foundation/registration_stamp.h"
+#include "src/foundation/stamp.h"
 #include "src/foundation/trunk_database.h"
+
+using namespace raiklaik;
 
 namespace {
 
@@ -38,13 +39,14 @@ bool CSIPTrunkConfig::SetRegisterParam(const CSIPTrunkBase::STRegistrationParam&
                   "INFO:SIP Trunk: Set %s@%s:%s slave registration params in siptrunkdb... \n",
                   registration.user_name.c_str(), registration.slave_ip.c_str(),
                   registration.slave_port.c_str());
-    return RunLocked<LocalBuffer>(*m_semaphore, m_logger, false, [&](ValueBuffer buffer) {
-        TrunkDatabase trunks(OpenMode::kChange, buffer);
+    return ChangeTrunks<LocalBuffer>(*m_semaphore, m_logger, [&](TrunkDatabase& trunks) {
         if (FindByUserNameOrItsLack(trunks, registration.user_name)) {
             if (!refreshOnly) {
                 WriteAddress(trunks, registration);
             }
-            WriteStamp(*this, trunks);
+            Stamp now;
+            GetLocalDateTime(now.time, now.date);
+            WriteStamp(trunks, now);
         }
         trunks.Save();
         return true;
@@ -54,11 +56,12 @@ bool CSIPTrunkConfig::SetRegisterParam(const CSIPTrunkBase::STRegistrationParam&
 bool CSIPTrunkConfig::ChangeRegisterParam(
     const CSIPTrunkBase::STRegistrationParam& oldRegistration,
     const CSIPTrunkBase::STRegistrationParam& newRegistration) {
-    return RunLocked<LocalBuffer>(*m_semaphore, m_logger, false, [&](ValueBuffer buffer) {
-        TrunkDatabase trunks(OpenMode::kChange, buffer);
+    return ChangeTrunks<LocalBuffer>(*m_semaphore, m_logger, [&](TrunkDatabase& trunks) {
         if (FindByUserNameOrItsLack(trunks, oldRegistration.user_name)) {
             WriteAddress(trunks, newRegistration);
-            WriteStamp(*this, trunks);
+            Stamp now;
+            GetLocalDateTime(now.time, now.date);
+            WriteStamp(trunks, now);
         }
         trunks.Save();
         return true;
@@ -70,8 +73,7 @@ bool CSIPTrunkConfig::SetUnregisterParam(const CSIPTrunkBase::STRegistrationPara
                   "INFO:SIP Trunk: Set %s@%s:%s slave unregister params in siptrunkdb... \n",
                   registration.user_name.c_str(), registration.slave_ip.c_str(),
                   registration.slave_port.c_str());
-    return RunLocked<LocalBuffer>(*m_semaphore, m_logger, false, [&](ValueBuffer buffer) {
-        TrunkDatabase trunks(OpenMode::kChange, buffer);
+    return ChangeTrunks<LocalBuffer>(*m_semaphore, m_logger, [&](TrunkDatabase& trunks) {
         if (FindByUserName(trunks, registration.user_name)) {
             for (const char* name : key::kSlaveRegistration) {
                 trunks.Erase(name);

@@ -1,8 +1,9 @@
 #include "include/raiklaik.h"
-#include "src/foundation/access_frame.h"
 #include "src/foundation/flags.h"
 #include "src/foundation/key_table.h"
 #include "src/foundation/trunk_database.h"
+
+using namespace raiklaik;
 
 namespace {
 
@@ -19,8 +20,7 @@ bool ReadInto(std::string& field, TrunkDatabase& sections, const char* key) {
 
 bool CSIPTrunkConfig::GetSIPTrunkParams(std::list<CSIPTrunkBase::STParamsRecord>& trunks,
                                         std::string trunkType, bool /*flag*/) {
-    return RunLocked<SmartBuffer>(*m_semaphore, m_logger, false, [&](ValueBuffer buffer) {
-        TrunkDatabase sections(OpenMode::kReadOnly, buffer);
+    return ReadTrunks<SmartBuffer>(*m_semaphore, m_logger, [&](TrunkDatabase& sections) {
         const bool areToMaster = trunkType == type::kToMaster;
         while (sections.NextSection()) {
             if (!sections.Is(key::kTrunkType, trunkType)) {
@@ -47,8 +47,7 @@ bool CSIPTrunkConfig::GetSIPTrunkParams(std::list<CSIPTrunkBase::STParamsRecord>
 }
 
 bool CSIPTrunkConfig::GetAllSIPTrunkParams(std::list<CSIPTrunkBase::STParamsRecord>& trunks) {
-    return RunLocked<SmartBuffer>(*m_semaphore, m_logger, false, [&](ValueBuffer buffer) {
-        TrunkDatabase sections(OpenMode::kReadOnly, buffer);
+    return ReadTrunks<SmartBuffer>(*m_semaphore, m_logger, [&](TrunkDatabase& sections) {
         while (sections.NextSection()) {
             CSIPTrunkBase::STParamsRecord record;
             if (!ReadInto(record.trunk_name, sections, key::kTrunkName) ||

@@ -1,13 +1,13 @@
 #include "include/raiklaik.h"
-#include "src/foundation/access_frame.h"
 #include "src/foundation/flags.h"
 #include "src/foundation/key_table.h"
 #include "src/foundation/trunk_database.h"
 
+using namespace raiklaik;
+
 bool CSIPTrunkConfig::GetSIPTrunkParams(const std::string& trunkName,
                                         CSIPTrunkBase::STParamsRecord& record) {
-    return RunLocked<SmartBuffer>(*m_semaphore, m_logger, false, [&](ValueBuffer buffer) {
-        TrunkDatabase trunks(OpenMode::kReadOnly, buffer);
+    return ReadTrunks<SmartBuffer>(*m_semaphore, m_logger, [&](TrunkDatabase& trunks) {
         if (!trunks.FindByName(trunkName)) {
             return false;
         }

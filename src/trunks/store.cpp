@@ -1,8 +1,9 @@
 #include "include/raiklaik.h"
-#include "src/foundation/access_frame.h"
 #include "src/foundation/flags.h"
 #include "src/foundation/key_table.h"
 #include "src/foundation/trunk_database.h"
+
+using namespace raiklaik;
 
 namespace {
 
@@ -32,8 +33,7 @@ void WriteDefinition(TrunkDatabase& trunks, const CSIPTrunkBase::STParamsRecord&
 bool CSIPTrunkConfig::SetSIPTrunkParams(const std::string& trunkName,
                                         CSIPTrunkBase::STParamsRecord& record,
                                         bool resetRegistration) {
-    return RunLocked<SmartBuffer>(*m_semaphore, m_logger, false, [&](ValueBuffer buffer) {
-        TrunkDatabase trunks(OpenMode::kChangeOrCreate, buffer);
+    return ChangeOrCreateTrunks<SmartBuffer>(*m_semaphore, m_logger, [&](TrunkDatabase& trunks) {
         if (trunkName.empty()) {
             trunks.AppendSection();
         } else if (!trunks.FindByName(trunkName)) {

@@ -5,6 +5,8 @@
 #include "src/foundation/key_table.h"
 #include "src/foundation/trunk_database.h"
 
+using namespace raiklaik;
+
 namespace {
 
 enum Clash : int { kNone = 0, kTrunkNameTaken = 1, kUserNameTaken = 2, kUnknown = 3 };

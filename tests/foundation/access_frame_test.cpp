@@ -12,6 +12,8 @@
 #include "tests/fixture/device_fixture.h"
 #include "tests/fixture/failing_calls.h"
 
+using namespace raiklaik;
+
 namespace {
 
 class AccessFrameTest : public DeviceFixture {

@@ -4,6 +4,8 @@
 
 #include "tests/fixture/device_fixture.h"
 
+using namespace raiklaik;
+
 namespace {
 
 TEST(PathsTest, TheFilesLieBelowTheBaseDirectoryOfTheEnvironment) {

@@ -8,6 +8,8 @@
 #include "tests/fixture/device_fixture.h"
 #include "tests/fixture/failing_calls.h"
 
+using namespace raiklaik;
+
 namespace {
 
 class TraceTest : public DeviceFixture {};

@@ -5,6 +5,8 @@
 
 #include "tests/fixture/device_fixture.h"
 
+using namespace raiklaik;
+
 namespace {
 
 class TrunkDatabaseTest : public DeviceFixture {

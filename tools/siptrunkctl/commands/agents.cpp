@@ -8,6 +8,8 @@
 #include "tools/siptrunkctl/device/cause.h"
 #include "tools/siptrunkctl/view/text.h"
 
+using namespace raiklaik;
+
 namespace {
 
 constexpr const char* kGroup = "Agents";

@@ -3,6 +3,8 @@
 #include "src/foundation/key_table.h"
 #include "tools/siptrunkctl/view/text.h"
 
+using namespace raiklaik;
+
 namespace {
 
 constexpr int kNameTaken = 1;

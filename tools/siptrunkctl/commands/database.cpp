@@ -7,6 +7,8 @@
 #include "tools/siptrunkctl/file/transfer.h"
 #include "tools/siptrunkctl/view/text.h"
 
+using namespace raiklaik;
+
 namespace {
 
 constexpr const char* kGroup = "The database as a whole";

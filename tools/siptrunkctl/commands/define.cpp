@@ -10,6 +10,8 @@
 #include "src/foundation/paths.h"
 #include "tools/siptrunkctl/file/trunk_rows.h"
 
+using namespace raiklaik;
+
 namespace {
 
 constexpr const char* kMore = "\n\nThe options of every command: siptrunkctl --help";

@@ -13,6 +13,8 @@
 #include "tools/siptrunkctl/file/store.h"
 #include "tools/siptrunkctl/view/text.h"
 
+using namespace raiklaik;
+
 namespace {
 
 enum class Choice { kEdit, kStore, kQuit, kDiscard };

@@ -16,6 +16,8 @@
 #include "tools/siptrunkctl/file/transfer.h"
 #include "tools/siptrunkctl/view/text.h"
 
+using namespace raiklaik;
+
 // The database comes and goes as a whole here, so this works on the file itself: one save under the
 // device's lock instead of many operations, which could not store a registration's date.
 

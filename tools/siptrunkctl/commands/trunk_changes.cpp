@@ -12,6 +12,8 @@
 #include "tools/siptrunkctl/file/values.h"
 #include "tools/siptrunkctl/view/text.h"
 
+using namespace raiklaik;
+
 namespace {
 
 constexpr const char* kGroup = "Trunks";

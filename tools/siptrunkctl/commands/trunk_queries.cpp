@@ -11,6 +11,8 @@
 #include "tools/siptrunkctl/file/trunk_rows.h"
 #include "tools/siptrunkctl/view/text.h"
 
+using namespace raiklaik;
+
 namespace {
 
 constexpr const char* kGroup = "Trunks";

@@ -5,6 +5,8 @@
 #include "tools/siptrunkctl/view/failure.h"
 #include "tools/siptrunkctl/view/text.h"
 
+using namespace raiklaik;
+
 namespace {
 
 enum class Value { kType, kUser, kIp, kPort, kRegistration, kSymNat, kName, kPassword };

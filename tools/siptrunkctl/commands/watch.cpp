@@ -9,6 +9,8 @@
 #include "tools/siptrunkctl/file/watch.h"
 #include "tools/siptrunkctl/view/clock.h"
 
+using namespace raiklaik;
+
 namespace {
 
 // By the library's clock, which goes on after 2038 on 32-bit systems, too.

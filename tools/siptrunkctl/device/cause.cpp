@@ -10,6 +10,8 @@
 
 #include "src/foundation/paths.h"
 
+using namespace raiklaik;
+
 namespace {
 
 bool EndsWith(std::string_view text, std::string_view ending) {

@@ -17,9 +17,9 @@
 #include "tools/siptrunkctl/view/failure.h"
 #include "tools/siptrunkctl/view/output.h"
 
-namespace {
+using namespace raiklaik;
 
-namespace device_lock = raiklaik::device_lock;
+namespace {
 
 constexpr double kNoteAfter = 2;  // seconds
 volatile std::sig_atomic_t g_isNoteNext = 0;

@@ -6,6 +6,8 @@
 #include "tools/siptrunkctl/view/failure.h"
 #include "tools/siptrunkctl/view/text.h"
 
+using namespace raiklaik;
+
 namespace {
 
 std::list<Trunk> ReadKind(Library& library, const char* type) {

@@ -8,6 +8,8 @@
 #include "tools/siptrunkctl/file/values.h"
 #include "tools/siptrunkctl/view/text.h"
 
+using namespace raiklaik;
+
 namespace {
 
 const char* FlagFault(const std::string& value) {

@@ -8,6 +8,8 @@
 #include "src/foundation/key_table.h"
 #include "tools/siptrunkctl/view/text.h"
 
+using namespace raiklaik;
+
 namespace {
 
 std::optional<std::string> NameOf(const DatabaseSection& section) {

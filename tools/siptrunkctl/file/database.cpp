@@ -11,11 +11,11 @@
 #include "tools/siptrunkctl/file/input.h"
 #include "tools/siptrunkctl/view/failure.h"
 
+using namespace raiklaik;
+
 namespace {
 
 using support::LineKind;
-namespace syntax = raiklaik::syntax;
-
 DatabaseEntry EntryOf(std::string_view line, std::size_t number) {
     const std::size_t separator = line.find(*syntax::kSeparator);
     const std::string_view key = support::WithoutTrailingBlanks(line.substr(0, separator));

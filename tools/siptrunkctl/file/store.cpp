@@ -6,9 +6,9 @@
 #include "support/whole_file.h"
 #include "tools/siptrunkctl/view/failure.h"
 
-namespace {
+using namespace raiklaik;
 
-namespace syntax = raiklaik::syntax;
+namespace {
 
 std::string TextOf(const DatabaseSection& section) {
     std::string text = std::string(syntax::kSection) + " " + syntax::kOpener;

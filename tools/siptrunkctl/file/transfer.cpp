@@ -12,9 +12,9 @@
 #include "tools/siptrunkctl/view/failure.h"
 #include "tools/siptrunkctl/view/text.h"
 
-namespace {
+using namespace raiklaik;
 
-namespace syntax = raiklaik::syntax;
+namespace {
 
 // Returns the key whose value in base64 stands under `key`; an empty text when that is no such
 // name.

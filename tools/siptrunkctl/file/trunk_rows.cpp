@@ -7,6 +7,8 @@
 #include "tools/siptrunkctl/view/clock.h"
 #include "tools/siptrunkctl/view/text.h"
 
+using namespace raiklaik;
+
 namespace {
 
 TrunkRow RowOf(const DatabaseSection& section) {

@@ -7,9 +7,9 @@
 
 namespace {
 
-class ServiceTest : public DeviceFixture {};
+class TrunkConfigTest : public DeviceFixture {};
 
-TEST_F(ServiceTest, MakingAndUnmakingAnObjectTouchesNoFileAndNoLock) {
+TEST_F(TrunkConfigTest, MakingAndUnmakingAnObjectTouchesNoFileAndNoLock) {
     const CallWatch opened(Call::kOpen);
     const CallWatch locked(Call::kSemop);
     {
@@ -21,13 +21,13 @@ TEST_F(ServiceTest, MakingAndUnmakingAnObjectTouchesNoFileAndNoLock) {
     EXPECT_EQ(NewLogText(), "");
 }
 
-TEST_F(ServiceTest, TheLoggerOutlivesTheObject) {
+TEST_F(TrunkConfigTest, TheLoggerOutlivesTheObject) {
     { const CSIPTrunkConfig made(&logger); }
     logger.TRACE(3, "still here\n");
     EXPECT_EQ(NewLogText(), "still here\n");
 }
 
-TEST_F(ServiceTest, ALockThatTheKernelRefusesLeavesTheConstructorAsAnException) {
+TEST_F(TrunkConfigTest, ALockThatTheKernelRefusesLeavesTheConstructorAsAnException) {
     const FailingCall refused(Call::kSemget, ENOSPC);
     try {
         const CSIPTrunkConfig made(nullptr);
@@ -38,7 +38,7 @@ TEST_F(ServiceTest, ALockThatTheKernelRefusesLeavesTheConstructorAsAnException) 
     }
 }
 
-TEST_F(ServiceTest, TheLockStaysInTheSystemWhenItsObjectIsGone) {
+TEST_F(TrunkConfigTest, TheLockStaysInTheSystemWhenItsObjectIsGone) {
     WriteDatabase(kAgents);
     bool wasRegistered = false;
     { CSIPTrunkConfig(nullptr).DeleteTrunk("none", false, wasRegistered); }
@@ -47,7 +47,7 @@ TEST_F(ServiceTest, TheLockStaysInTheSystemWhenItsObjectIsGone) {
     EXPECT_EQ(NewLogText(), "");
 }
 
-TEST_F(ServiceTest, AnObjectCanBeDeletedThroughAClassThatWasDerivedFromIt) {
+TEST_F(TrunkConfigTest, AnObjectCanBeDeletedThroughAClassThatWasDerivedFromIt) {
     class Derived : public CSIPTrunkConfig {
       public:
         explicit Derived(bool& isGone) : CSIPTrunkConfig(nullptr), m_isGone(isGone) {}
@@ -62,7 +62,7 @@ TEST_F(ServiceTest, AnObjectCanBeDeletedThroughAClassThatWasDerivedFromIt) {
     EXPECT_TRUE(isGone);
 }
 
-TEST_F(ServiceTest, NothingIsKeptBetweenTwoCalls) {
+TEST_F(TrunkConfigTest, NothingIsKeptBetweenTwoCalls) {
     CSIPTrunkConfig other(nullptr);
     WriteDatabase("section {\ntrunk_name=first\n}\n");
     CSIPTrunkBase::STParamsRecord record;

@@ -1,7 +1,10 @@
+#include "src/foundation/stamp.h"
+
 #include <cstdio>
 
 #include "include/raiklaik.h"
 #include "src/foundation/clock.h"
+#include "src/foundation/key_table.h"
 
 namespace {
 
@@ -12,6 +15,20 @@ void AppendNumber(std::string& text, const char* format, int number) {
 }
 
 }  // namespace
+
+namespace raiklaik {
+
+void WriteStamp(TrunkDatabase& trunks, const Stamp& stamp) {
+    trunks.Set(key::kRegistrationDate, stamp.date);
+    trunks.Set(key::kRegistrationTime, stamp.time);
+}
+
+void EraseStamp(TrunkDatabase& trunks) {
+    trunks.Erase(key::kRegistrationDate);
+    trunks.Erase(key::kRegistrationTime);
+}
+
+}  // namespace raiklaik
 
 void CSIPTrunkConfig::GetLocalDateTime(std::string& time, std::string& date) {
     const struct tm local = raiklaik::LocalTime(raiklaik::ReadSeconds());

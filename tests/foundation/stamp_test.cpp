@@ -1,11 +1,12 @@
-#include "src/foundation/registration_stamp.h"
+#include "src/foundation/stamp.h"
 
 #include "tests/fixture/device_fixture.h"
-#include "tests/fixture/failing_calls.h"
+
+using namespace raiklaik;
 
 namespace {
 
-class RegistrationStampTest : public DeviceFixture {
+class StampTest : public DeviceFixture {
   protected:
     // Lets `change` work on the one section of the database that holds `entries`, and returns the
     // entries afterwards.
@@ -22,16 +23,17 @@ class RegistrationStampTest : public DeviceFixture {
     }
 };
 
-TEST_F(RegistrationStampTest, TheStampOfNowIsWrittenTheDateFirst) {
-    const FixedClock clock(kMoment, 0);
-    const auto write = [&](TrunkDatabase& trunks) { WriteStamp(config, trunks); };
+TEST_F(StampTest, TheDateIsWrittenFirst) {
+    const auto write = [](TrunkDatabase& trunks) {
+        WriteStamp(trunks, {"09:05:31", "03/07/2024"});
+    };
     EXPECT_EQ(Changed("a=b\n", write),
               "a=b\nregistration_date=03/07/2024\nregistration_time=09:05:31\n");
     EXPECT_EQ(Changed("registration_time=x\nregistration_date=y\na=b\n", write),
               "registration_time=09:05:31\nregistration_date=03/07/2024\na=b\n");
 }
 
-TEST_F(RegistrationStampTest, ErasingRemovesBothKeysAndNothingElse) {
+TEST_F(StampTest, ErasingRemovesBothKeysAndNothingElse) {
     EXPECT_EQ(Changed("registration_time=x\na=b\nregistration_date=y\n", EraseStamp), "a=b\n");
     EXPECT_EQ(Changed("registration_date=y\n", EraseStamp), "");
     EXPECT_EQ(Changed("a=b\n", EraseStamp), "a=b\n");
