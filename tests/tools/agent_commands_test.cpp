@@ -69,7 +69,7 @@ TEST_F(AgentCommands, ServiceShowsAndSetsTheStartFlag) {
     ExpectAnswer({"service", "off"}, "switched service off\n");
     EXPECT_EQ(ReadFile(StartFilePath()), kStartFile);
     ExpectFailure({"service", "maybe"}, 2,
-                  "STATE: maybe not in {on,off,1,0}; \"siptrunkctl service --help\" tells more");
+                  "STATE: maybe not in {on,off}; \"siptrunkctl service --help\" tells more");
 }
 
 TEST_F(AgentCommands, AMissingStartFileIsNotMade) {

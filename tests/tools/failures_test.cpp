@@ -59,7 +59,9 @@ TEST_F(Failures, AWrongCommandLineIsWrongUse) {
     ExpectFailure({"slave", "lst"}, 2, "no command \"slave lst\"; did you mean \"list\"?");
     ExpectFailure({"slaves", "list"}, 2, "no command \"slaves\"; did you mean \"slave\"?");
     ExpectFailure({"agents", "sett"}, 2, "no command \"agents sett\"; did you mean \"set\"?");
-    ExpectFailure({"help", "lst"}, 2, "no command \"lst\"" + more);
+    ExpectFailure({"help", "lst"}, 2, "no command \"lst\"; did you mean \"list\"?");
+    ExpectFailure({"help", "list", "x"}, 2,
+                  "no command \"list x\"; \"siptrunkctl list --help\" tells more");
     ExpectFailure({"show"}, 2, "NAME is required; \"siptrunkctl show --help\" tells more");
     ExpectFailure({"rename", "a"}, 2, "NEW is required; \"siptrunkctl rename --help\" tells more");
     ExpectFailure({"add", "a"}, 2, "SETTING is required; \"siptrunkctl add --help\" tells more");

@@ -1,4 +1,3 @@
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -6,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "support/file_descriptor.h"
 #include "support/line_scanner.h"
 #include "tools/siptrunkctl/device/cause.h"
 #include "tools/siptrunkctl/view/harmless.h"
@@ -23,20 +23,11 @@ int Report(const Context& context, const Failure& failure) {
     return static_cast<int>(failure.Code());
 }
 
-// A stream that the caller has closed stays unusable: otherwise the next file that is opened would
-// take its number, and the answer would end up in there.
-void OccupyClosedStreams() {
-    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        if (fcntl(stream, F_GETFD) == -1) {
-            (void)open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
-        }
-    }
-}
-
 }  // namespace
 
 int main(int count, char** words) {
-    OccupyClosedStreams();
+    (void)
+        support::OccupyStandardStreams();  // else the answer could end up in a file that is opened
     Context context;
     try {
         RunCommandLine(std::vector<std::string>(words + std::min(count, 1), words + count),

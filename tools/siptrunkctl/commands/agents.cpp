@@ -1,9 +1,7 @@
-#include <CLI/CLI.hpp>
+#include <map>
 #include <optional>
 
-#include "src/foundation/paths.h"
 #include "tools/siptrunkctl/commands/commands.h"
-#include "tools/siptrunkctl/commands/define.h"
 #include "tools/siptrunkctl/commands/trunk_values.h"
 #include "tools/siptrunkctl/device/cause.h"
 #include "tools/siptrunkctl/view/text.h"
@@ -16,13 +14,8 @@ constexpr const char* kGroup = "Agents";
 
 using States = CSIPTrunkBase::STAgentStates;
 
-struct Switches {
-    std::optional<bool> master;
-    std::optional<bool> slave;
-};
-
-Switches ReadSwitches(const std::vector<std::string>& words) {
-    Switches switches;
+std::map<std::string, bool> ReadSwitches(const std::vector<std::string>& words) {
+    std::map<std::string, bool> switches;
     for (const std::string& word : words) {
         const std::size_t separator = word.find('=');
         const std::string agent = word.substr(0, separator);
@@ -30,11 +23,9 @@ Switches ReadSwitches(const std::vector<std::string>& words) {
             throw UsageFailure(Quoted(word) +
                                " is neither master=on, master=off, slave=on nor slave=off");
         }
-        std::optional<bool>& place = agent == "master" ? switches.master : switches.slave;
-        if (place) {
+        if (!switches.emplace(agent, ReadSwitch(agent + "=", word.substr(separator + 1))).second) {
             throw UsageFailure(agent + "= is given twice");
         }
-        place = ReadSwitch(agent + "=", word.substr(separator + 1));
     }
     return switches;
 }
@@ -48,80 +39,62 @@ States ReadStates(Library& library) {
     return states;
 }
 
-const char* OnOff(bool value) { return value ? "on" : "off"; }
-
-void Show(Context& context) {
-    const States states = ReadStates(context.library);
-    context.output.PrintOne({{"master", Switch{states.siptrunk_master_enabled}},
-                             {"slave", Switch{states.siptrunk_slave_enabled}}});
+Record RecordOf(const States& states) {
+    return {{"master", Switch{states.siptrunk_master_enabled}},
+            {"slave", Switch{states.siptrunk_slave_enabled}}};
 }
 
-void Set(Context& context, const std::vector<std::string>& words) {
-    const Switches switches = ReadSwitches(words);
+void Agents(Context& context) { context.output.PrintOne(RecordOf(ReadStates(context.library))); }
+
+const char* OnOff(bool value) { return value ? "on" : "off"; }
+
+void Set(Context& context) {
+    const std::map<std::string, bool> switches = ReadSwitches(context.given.words);
     // Without a database, both are off.
-    const bool isWhole = switches.master && switches.slave;
-    States states = isWhole || !HasDatabase() ? States() : ReadStates(context.library);
-    states.siptrunk_master_enabled = switches.master.value_or(states.siptrunk_master_enabled);
-    states.siptrunk_slave_enabled = switches.slave.value_or(states.siptrunk_slave_enabled);
+    States states = switches.size() == 2 || !HasDatabase() ? States() : ReadStates(context.library);
+    for (const auto& [agent, isOn] : switches) {
+        (agent == "master" ? states.siptrunk_master_enabled : states.siptrunk_slave_enabled) = isOn;
+    }
     const ChangeNotice notice;
     context.library.Require(context.library.Config().SetSIPTrunkAgentStates(states),
                             "the switches were not set");
     context.output.Confirm(std::string("switched master ") + OnOff(states.siptrunk_master_enabled) +
                                ", slave " + OnOff(states.siptrunk_slave_enabled),
-                           Record{{"action", std::string("switched")},
-                                  {"master", Switch{states.siptrunk_master_enabled}},
-                                  {"slave", Switch{states.siptrunk_slave_enabled}},
-                                  notice.Answer()});
+                           notice.Answer("switched", RecordOf(states)));
 }
 
-void Service(Context& context, const std::string& wanted) {
-    if (wanted.empty()) {
+void Service(Context& context) {
+    if (context.given.state.empty()) {
         const bool starts = context.library.Checked(context.library.Config().LoadAgentStatus());
         context.output.PrintOne({{"service", Switch{starts}}});
         return;
     }
-    const bool starts = ReadSwitch("service", wanted);
+    const bool starts = context.given.state == "on";
     const ChangeNotice notice(StartFilePath());
     context.library.Require(context.library.Config().SaveAgentStatus(starts),
                             "the start flag was not set");
-    context.output.Confirm(
-        std::string("switched service ") + OnOff(starts),
-        Record{{"action", std::string("switched")}, {"service", Switch{starts}}, notice.Answer()});
+    context.output.Confirm(std::string("switched service ") + OnOff(starts),
+                           notice.Answer("switched", {{"service", Switch{starts}}}));
 }
 
 }  // namespace
 
-void AddAgents(CLI::App& root, Context& context) {
-    CLI::App* agents = AddCommand(root, "agents", kGroup, "show the switches of the two agents",
-                                  "Example:\n  siptrunkctl agents --json");
-    agents->require_subcommand(0, 1);
-    agents->callback([&context, agents] {
-        if (agents->get_subcommands().empty()) {
-            Show(context);
-        }
-    });
-
-    CLI::App* set =
-        AddCommand(*agents, "set", "Commands", "switch the agents on or off",
-                   "SWITCH is master=on|off (this device accepts slaves) or slave=on|off (this\n"
-                   "device registers at masters). One that is not named stays.\n\n"
-                   "Example:\n  siptrunkctl agents set master=on slave=off");
-    auto words = std::make_shared<std::vector<std::string>>();
-    CompleteWith(context,
-                 AddWords(*set, "SWITCH", *words, "master=on|off, slave=on|off")->required(),
-                 {{"master=on", "accept slaves"},
-                  {"master=off", ""},
-                  {"slave=on", "register at masters"},
-                  {"slave=off", ""}});
-    set->callback([&context, words] { Set(context, *words); });
-
-    CLI::App* service = AddCommand(root, "service", kGroup,
-                                   "show or set whether the service starts with the system",
-                                   "Example:\n  siptrunkctl service on");
-    auto wanted = std::make_shared<std::string>();
-    CompleteWith(
-        context,
-        AddChoice(context, *service, "STATE", *wanted, "what to set", {"on", "off", "1", "0"}),
-        {{"on", "start with the system"}, {"off", ""}});
-    service->callback([&context, wanted] { Service(context, *wanted); });
+void AddAgents(const Command& root) {
+    root.Add("agents", kGroup, "show the switches of the two agents",
+             "Example:\n  siptrunkctl agents --json", Agents)
+        .Add("set", "Commands", "switch the agents on or off",
+             "SWITCH is master=on|off (this device accepts slaves) or slave=on|off (this\n"
+             "device registers at masters). One that is not named stays.\n\n"
+             "Example:\n  siptrunkctl agents set master=on slave=off",
+             Set)
+        .Words("SWITCH", "master=on|off, slave=on|off",
+               These({{"master=on", "accept slaves"},
+                      {"master=off"},
+                      {"slave=on", "register at masters"},
+                      {"slave=off"}}))
+        .Required();
+    root.Add("service", kGroup, "show or set whether the service starts with the system",
+             "Example:\n  siptrunkctl service on", Service)
+        .Choice("STATE", root.Given().state, "what to set",
+                {{"on", "start with the system"}, {"off", "leave it to be started by hand"}});
 }

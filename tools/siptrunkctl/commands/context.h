@@ -1,7 +1,5 @@
 #pragma once
 
-#include <functional>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -9,37 +7,45 @@
 #include "tools/siptrunkctl/view/failure.h"
 #include "tools/siptrunkctl/view/output.h"
 
-namespace CLI {
-class Option;
-}
-
-/// What may stand for a word of the command line, for the completion.
-struct Candidate {
-    std::string text;
-    std::string description;
+/// What the words and options of a command say. Only one command runs, so all share the places.
+struct Arguments {
+    std::string name;
+    std::string newName;
+    std::string user;
+    std::string ip;
+    std::string port;
+    std::string key;
+    std::string file;
+    std::string state;
+    std::string edited;
+    std::string type = "all";
+    std::string passwordFile;
+    std::string configDir;           ///< of every command
+    std::vector<std::string> words;  ///< those of which there may be several
+    std::vector<std::string> fields;
+    bool active = false;
+    bool askPassword = false;
+    bool dryRun = false;
+    bool names = false;
+    bool replace = false;
+    bool resetRegistration = false;
+    bool saved = false;
+    bool skipExisting = false;
+    bool yes = false;
 };
 
-/// Returns the candidates for a word; a candidate need not begin with what is typed. The marks
-/// below leave it to the shell.
-using Candidates = std::function<std::vector<Candidate>()>;
-
-constexpr const char* kFiles = ":files";
-constexpr const char* kFolders = ":folders";
-
-/// One run of the tool: what was asked of every command, the library, and the answer.
+/// One run of the tool: what was asked, the library, and the answer.
 struct Context {
     Context() = default;
     ~Context() = default;
     Context(const Context&) = delete;
     Context& operator=(const Context&) = delete;
 
-    std::string configDir;
+    Arguments given;
     LibraryOptions libraryOptions;
     OutputOptions outputOptions;
 
     Library library{libraryOptions};
     Output output{outputOptions};
     ExitCode result = ExitCode::kDone;  ///< of a command that answers
-
-    std::map<const CLI::Option*, Candidates> candidates;  ///< for the completion
 };

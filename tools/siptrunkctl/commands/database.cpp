@@ -1,9 +1,8 @@
 #include <nlohmann/json.hpp>
 
-#include "src/foundation/paths.h"
 #include "tools/siptrunkctl/commands/commands.h"
-#include "tools/siptrunkctl/commands/define.h"
 #include "tools/siptrunkctl/file/check.h"
+#include "tools/siptrunkctl/file/compare.h"
 #include "tools/siptrunkctl/file/transfer.h"
 #include "tools/siptrunkctl/view/text.h"
 
@@ -13,8 +12,9 @@ namespace {
 
 constexpr const char* kGroup = "The database as a whole";
 
-void Validate(Context& context, const std::string& file) {
-    const std::string path = file.empty() ? DatabasePath() : file;
+void Validate(Context& context) {
+    const std::vector<std::string>& file = context.given.words;
+    const std::string path = file.empty() ? DatabasePath() : file.front();
     const std::vector<Problem> problems = AllProblems(ReadDatabase(path));
     context.result = problems.empty() ? ExitCode::kDone : ExitCode::kMalformed;
     if (context.outputOptions.json) {
@@ -44,18 +44,26 @@ void Export(Context& context) {
 
 }  // namespace
 
-void AddDatabase(CLI::App& root, Context& context) {
-    CLI::App* validate =
-        AddCommand(root, "validate", kGroup, "list every problem of a database",
-                   "Exit code 5 when there is one. Without FILE it is the device's database.\n\n"
-                   "Example:\n  siptrunkctl validate /etc/qorv-conf/telephony/siptrunkdb");
-    auto file = std::make_shared<std::string>();
-    CompleteWith(context, validate->add_option("FILE", *file, "a database")->option_text(" "),
-                 {{kFiles, ""}});
-    validate->callback([&context, file] { Validate(context, *file); });
+void ConfirmChanges(Context& context, const std::vector<Change>& changes, bool isTold,
+                    const std::string& text, const Record& record) {
+    const bool secrets = context.outputOptions.showSecrets;
+    std::string lines;
+    for (const Change& change : changes) {
+        lines += isTold ? ChangeText(change, secrets) + "\n" : "";
+    }
+    Json json = ToJson(record, secrets);
+    json["changes"] = ToJson(changes, secrets);
+    context.output.Confirm(lines + text, json);
+}
 
-    AddCommand(root, "export", kGroup, "print the database as JSON",
-               "All sections with all keys. Passwords are null unless --show-secrets is given.\n\n"
-               "Example:\n  (umask 077 && siptrunkctl export --show-secrets > trunks.json)")
-        ->callback([&context] { Export(context); });
+void AddDatabase(const Command& root) {
+    root.Add("validate", kGroup, "list every problem of a database",
+             "Exit code 5 when there is one. Without FILE it is the device's database.\n\n"
+             "Example:\n  siptrunkctl validate /etc/qorv-conf/telephony/siptrunkdb",
+             Validate)
+        .Words("FILE", "a database", These({{kFiles}}), 1);
+    root.Add("export", kGroup, "print the database as JSON",
+             "All sections with all keys. Passwords are null unless --show-secrets is given.\n\n"
+             "Example:\n  (umask 077 && siptrunkctl export --show-secrets > trunks.json)",
+             Export);
 }

@@ -1,27 +1,21 @@
 #include <unistd.h>
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <set>
 
-#include "src/foundation/paths.h"
 #include "tools/siptrunkctl/commands/commands.h"
-#include "tools/siptrunkctl/commands/define.h"
 #include "tools/siptrunkctl/file/check.h"
 #include "tools/siptrunkctl/file/compare.h"
 #include "tools/siptrunkctl/file/private_copy.h"
 #include "tools/siptrunkctl/file/store.h"
-#include "tools/siptrunkctl/view/text.h"
 
 using namespace raiklaik;
 
 namespace {
 
-enum class Choice { kEdit, kStore, kQuit, kDiscard };
-
 // Asks what to do with a text that has problems. Without an answer, nothing is lost and nothing
 // stored.
-Choice Ask(bool mayStore) {
+char Ask(bool mayStore) {
     while (true) {
         WriteError(std::string("(e)dit again, ") + (mayStore ? "(s)tore all the same, " : "") +
                    "(q)uit and keep the text, (d)iscard it? ");
@@ -30,14 +24,11 @@ Choice Ask(bool mayStore) {
         while (read(STDIN_FILENO, &byte, 1) == 1 && byte != '\n') {
             answer += byte;
         }
-        if (byte != '\n' || answer == "q") {
-            return Choice::kQuit;
+        if (byte != '\n') {
+            return 'q';
         }
-        if (answer == "e" || answer == "d") {
-            return answer == "e" ? Choice::kEdit : Choice::kDiscard;
-        }
-        if (answer == "s" && mayStore) {
-            return Choice::kStore;
+        if (answer == "e" || answer == "q" || answer == "d" || (answer == "s" && mayStore)) {
+            return answer.front();
         }
     }
 }
@@ -88,15 +79,12 @@ std::string EditedText(PrivateCopy& copy, const std::string& before) {
         for (const Problem& problem : problems) {
             Tell("line " + std::to_string(problem.line) + ": " + problem.reason);
         }
-        const Choice choice = Ask(edited.problems.empty());
-        if (choice == Choice::kStore) {
-            return text;
-        }
-        if (choice == Choice::kQuit) {
+        const char answer = Ask(edited.problems.empty());
+        if (answer == 'q') {
             ThrowKept(copy, ExitCode::kMalformed, "the text has problems");
         }
-        if (choice == Choice::kDiscard) {
-            return before;
+        if (answer != 'e') {
+            return answer == 's' ? text : before;
         }
     }
 }
@@ -131,27 +119,18 @@ void Edit(Context& context) {
     if (text != before) {
         StoreUnchanged(context, copy, before, text);
     }
-    const std::vector<Change> changes =
-        Compare(ScanDatabase(before).sections, ScanDatabase(text).sections);
-    std::string answer;
-    for (const Change& change : changes) {
-        answer += ChangeText(change, context.outputOptions.showSecrets) + "\n";
-    }
-    Json json = ToJson(
-        Record{{"action", std::string("edited")}, {"changed", State{text != before}}}, false);
-    json["changes"] = ToJson(changes, context.outputOptions.showSecrets);
-    context.output.Confirm(
-        answer + (text == before ? "nothing was changed" : "stored the database"), json);
+    ConfirmChanges(context, Compare(ScanDatabase(before).sections, ScanDatabase(text).sections),
+                   true, text == before ? "nothing was changed" : "stored the database",
+                   {{"action", "edited"}, {"changed", State{text != before}}});
 }
 
 }  // namespace
 
-void AddEdit(CLI::App& root, Context& context) {
-    AddCommand(
-        root, "edit", "The database as a whole", "edit the database in an editor",
-        "The editor of VISUAL or EDITOR, or vi, gets a private copy. What comes back is\n"
-        "checked, and stored only when nobody else has changed the database meanwhile; else\n"
-        "the difference is shown and your text is kept.\n\nExample:\n"
-        "  EDITOR=nano siptrunkctl edit")
-        ->callback([&context] { Edit(context); });
+void AddEdit(const Command& root) {
+    root.Add("edit", "The database as a whole", "edit the database in an editor",
+             "The editor of VISUAL or EDITOR, or vi, gets a private copy. What comes back is\n"
+             "checked, and stored only when nobody else has changed the database meanwhile; else\n"
+             "the difference is shown and your text is kept.\n\nExample:\n"
+             "  EDITOR=nano siptrunkctl edit",
+             Edit);
 }

@@ -1,13 +1,11 @@
 #include <algorithm>
-#include <iterator>
-#include <nlohmann/json.hpp>
+#include <functional>
+#include <optional>
+#include <string_view>
 #include <unordered_map>
-#include <unordered_set>
 
 #include "src/foundation/key_table.h"
-#include "src/foundation/paths.h"
 #include "tools/siptrunkctl/commands/commands.h"
-#include "tools/siptrunkctl/commands/define.h"
 #include "tools/siptrunkctl/device/cause.h"
 #include "tools/siptrunkctl/file/check.h"
 #include "tools/siptrunkctl/file/compare.h"
@@ -25,20 +23,13 @@ namespace {
 
 constexpr std::size_t kMostClashes = 3;  // that are told one by one
 
-struct ImportOptions {
-    std::string file;
-    bool replace = false;
-    bool skipExisting = false;
-    bool dryRun = false;
-};
-
 /// What is to be imported; the lines of the sections are their places in the input.
 struct Input {
     std::string name;
     Sections sections;
 
-    std::string At(const DatabaseSection& section) const {
-        return name + ": section " + std::to_string(section.line) + ": ";
+    std::string At(std::size_t section) const {
+        return name + ": section " + std::to_string(section) + ": ";
     }
 };
 
@@ -80,7 +71,7 @@ void RequireFree(const Input& input, const Sections& kept) {
         }
         const char* key = hasName ? key::kTrunkName : key::kUserName;
         if (++clashes <= kMostClashes) {
-            text += input.At(section) + key + " " + Quoted(section.Get(key)) + " is taken\n";
+            text += input.At(section.line) + key + " " + Quoted(section.Get(key)) + " is taken\n";
         }
     }
     if (clashes != 0) {
@@ -114,27 +105,23 @@ void FillHidden(Input& input, const Sections& stored) {
 }
 
 // Checks the database that would come out. What was stored before counts, but is not to blame.
-void RequireGood(const Input& input, const Sections& kept) {
-    Database whole;
-    const auto append = [&](const Sections& sections, bool wantsSwitches) {
-        std::copy_if(
-            sections.begin(), sections.end(), std::back_inserter(whole.sections),
-            [&](const DatabaseSection& section) { return IsSwitches(section) == wantsSwitches; });
-    };
-    append(input.sections, true);
-    for (DatabaseSection section : kept) {
+void RequireGood(Input input, Sections kept) {
+    for (DatabaseSection& section : kept) {
         section.line = 0;
         for (DatabaseEntry& entry : section.entries) {
             entry.line = 0;
         }
-        whole.sections.push_back(std::move(section));
     }
-    append(input.sections, false);
+    Sections& added = input.sections;
+    const auto trunks = std::stable_partition(added.begin(), added.end(), IsSwitches);
+    Database whole;
+    whole.sections.assign(added.begin(), trunks);
+    whole.sections.insert(whole.sections.end(), kept.begin(), kept.end());
+    whole.sections.insert(whole.sections.end(), trunks, added.end());
     std::string text;
     for (const Problem& problem : FindProblems(whole, "section")) {
         if (problem.line != 0) {
-            text += (text.empty() ? "" : "\n") + input.name + ": section " +
-                    std::to_string(problem.line) + ": " + problem.reason;
+            text += (text.empty() ? "" : "\n") + input.At(problem.line) + problem.reason;
         }
     }
     if (!text.empty()) {
@@ -149,16 +136,16 @@ struct Outcome {
 };
 
 // Checks everything against what is stored, and stores the input unless it is only a trial.
-Outcome Apply(Input& input, const ImportOptions& options) {
+Outcome Apply(Input& input, const Arguments& given) {
     const std::string path = DatabasePath();
     const std::string before = HasDatabase() ? ReadDatabaseText(path) : "";
     const Database stored = ScanDatabase(before);
     RequireSound(path, stored);
-    const Sections kept = options.replace ? Sections() : stored.sections;
+    const Sections kept = given.replace ? Sections() : stored.sections;
     if (!kept.empty() && IsSwitches(kept.front())) {
         RemoveSections(input, IsSwitches);  // the device keeps its own
     }
-    if (options.skipExisting) {
+    if (given.skipExisting) {
         const Index names(kept, key::kTrunkName);
         RemoveSections(input, [&](const DatabaseSection& section) {
             return names.Counterpart(section) != nullptr;
@@ -167,63 +154,50 @@ Outcome Apply(Input& input, const ImportOptions& options) {
     RequireFree(input, kept);
     FillHidden(input, stored.sections);
     RequireGood(input, kept);
-    const std::string whole = TextWith(before, stored, input.sections, options.replace);
-    if (!options.dryRun && (whole != before || !HasDatabase())) {
+    const std::string whole = TextWith(before, stored, input.sections, given.replace);
+    if (!given.dryRun && (whole != before || !HasDatabase())) {
         StoreDatabase(before, whole);
     }
     return {Compare(stored.sections, ScanDatabase(whole).sections), whole != before};
 }
 
-void Import(Context& context, const ImportOptions& options) {
-    const std::string name = options.file == "-" ? "standard input" : Printable(options.file);
-    Input input{name, SectionsFromJson(ReadInput(options.file), name)};
-    Outcome outcome;
-    if (options.dryRun) {
-        outcome = Apply(input, options);
-    } else {
+void Import(Context& context) {
+    const Arguments& given = context.given;
+    const std::string name = given.file == "-" ? "standard input" : Printable(given.file);
+    Input input{name, SectionsFromJson(ReadInput(given.file), name)};
+    std::optional<DeviceLock> lock;
+    if (!given.dryRun) {
         WaitForLock(context.libraryOptions.wait);
-        const DeviceLock lock;
-        outcome = Apply(input, options);
+        lock.emplace();
     }
+    const Outcome outcome = Apply(input, given);
+    lock.reset();
     const auto trunks = static_cast<std::size_t>(std::count_if(
         input.sections.begin(), input.sections.end(),
         [](const DatabaseSection& section) { return section.Find(key::kTrunkName) != nullptr; }));
-    const bool secrets = context.outputOptions.showSecrets;
-    std::string text;
-    for (const Change& change : outcome.changes) {
-        text += options.dryRun ? ChangeText(change, secrets) + "\n" : "";
-    }
-    text += (options.dryRun ? "would import " : "imported ") + std::to_string(trunks) +
-            (trunks == 1 ? " trunk" : " trunks") +
-            (outcome.changed ? "" : "; that changes nothing");
-    Json answer = ToJson(Record{{"action", std::string(options.dryRun ? "checked" : "imported")},
-                                {"trunks", trunks},
-                                {"replaced", State{options.replace}},
-                                {"changed", State{outcome.changed}}},
-                         secrets);
-    answer["changes"] = ToJson(outcome.changes, secrets);
-    context.output.Confirm(text, answer);
+    ConfirmChanges(context, outcome.changes, given.dryRun,
+                   (given.dryRun ? "would import " : "imported ") + std::to_string(trunks) +
+                       (trunks == 1 ? " trunk" : " trunks") +
+                       (outcome.changed ? "" : "; that changes nothing"),
+                   {{"action", given.dryRun ? "checked" : "imported"},
+                    {"trunks", trunks},
+                    {"replaced", State{given.replace}},
+                    {"changed", State{outcome.changed}}});
 }
 
 }  // namespace
 
-void AddImport(CLI::App& root, Context& context) {
-    CLI::App* command = AddCommand(
-        root, "import", "The database as a whole", "store what \"export\" printed",
-        "Everything is checked first, and then stored in one step. The trunks are added to those\n"
-        "stored; with --replace they take their place. A password that is null stays the one\n"
-        "stored for the trunk of that name.\n\nExample:\n"
-        "  siptrunkctl import trunks.json --dry-run");
-    auto options = std::make_shared<ImportOptions>();
-    CompleteWith(context,
-                 AddWord(*command, "FILE", options->file, "JSON, - for the standard input"),
-                 {{kFiles, ""}});
-    CLI::Option* replace =
-        command->add_flag("--replace", options->replace, "remove what is stored first");
-    command
-        ->add_flag("--skip-existing", options->skipExisting,
-                   "leave out the trunks whose names are stored")
-        ->excludes(replace);
-    command->add_flag("--dry-run", options->dryRun, "show the difference, store nothing");
-    command->callback([&context, options] { Import(context, *options); });
+void AddImport(const Command& root) {
+    Arguments& given = root.Given();
+    root.Add("import", "The database as a whole", "store what \"export\" printed",
+             "Everything is checked first, and then stored in one step. The trunks are added to\n"
+             "those stored; with --replace they take their place. A password that is null stays\n"
+             "the one stored for the trunk of that name.\n\nExample:\n"
+             "  siptrunkctl import trunks.json --dry-run",
+             Import)
+        .Word("FILE", given.file, "JSON, - for the standard input", These({{kFiles}}))
+        .Flag("--replace", given.replace, "remove what is stored first")
+        .Flag("--skip-existing", given.skipExisting, "leave out the trunks whose names are stored")
+        .Excluding("--replace")
+        .Flag("--dry-run", given.dryRun, "show the difference, store nothing");
 }

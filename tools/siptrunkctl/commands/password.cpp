@@ -1,38 +1,36 @@
 #include "tools/siptrunkctl/commands/password.h"
 
 #include <poll.h>
+#include <sys/signalfd.h>
 #include <termios.h>
 #include <unistd.h>
 
-#include <array>
 #include <csignal>
 
-#include "tools/siptrunkctl/commands/define.h"
+#include "support/file_descriptor.h"
 #include "tools/siptrunkctl/commands/trunk_values.h"
 #include "tools/siptrunkctl/file/input.h"
 #include "tools/siptrunkctl/file/values.h"
-#include "tools/siptrunkctl/view/failure.h"
-#include "tools/siptrunkctl/view/output.h"
 
 namespace {
 
 constexpr std::size_t kLongestInput = 4 * kLongestValue;  // enough to tell that it is too long
 
-extern "C" void Interrupt(int /*signal*/) {}  // so that ppoll(2) ends, and not the process
+// Holds back the signals that end or stop a process; they can be read from the descriptor.
+int HoldSignals(sigset_t& before) {
+    sigset_t signals;
+    (void)sigemptyset(&signals);
+    for (const int signal : {SIGINT, SIGQUIT, SIGTSTP, SIGTERM, SIGHUP}) {
+        (void)sigaddset(&signals, signal);
+    }
+    (void)sigprocmask(SIG_BLOCK, &signals, &before);
+    return signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
+}
 
 /// Keeps the terminal from showing what is typed, also when a signal ends the question.
 class SilentTerminal {
   public:
-    SilentTerminal() {
-        sigset_t signals;
-        (void)sigemptyset(&signals);
-        struct sigaction interrupt {};
-        interrupt.sa_handler = Interrupt;
-        for (std::size_t i = 0; i < kSignals.size(); ++i) {
-            (void)sigaddset(&signals, kSignals.at(i));
-            (void)sigaction(kSignals.at(i), &interrupt, &m_actions.at(i));
-        }
-        (void)sigprocmask(SIG_BLOCK, &signals, &m_signals);
+    SilentTerminal() : m_arrived(HoldSignals(m_signals)) {
         (void)tcgetattr(STDIN_FILENO, &m_before);
         struct termios silent = m_before;
         silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
@@ -41,8 +39,8 @@ class SilentTerminal {
     }
     ~SilentTerminal() {
         (void)tcsetattr(STDIN_FILENO, TCSAFLUSH, &m_before);
-        for (std::size_t i = 0; i < kSignals.size(); ++i) {
-            (void)sigaction(kSignals.at(i), &m_actions.at(i), nullptr);
+        struct signalfd_siginfo taken {};  // one that stays would end the tool before its message
+        while (read(m_arrived.Number(), &taken, sizeof taken) > 0) {
         }
         (void)sigprocmask(SIG_SETMASK, &m_signals, nullptr);
     }
@@ -51,16 +49,15 @@ class SilentTerminal {
 
     /// Waits for a typed byte; false at the end, and when a signal came instead.
     bool Read(char& byte) const {
-        struct pollfd input = {STDIN_FILENO, POLLIN, 0};
-        return ppoll(&input, 1, nullptr, &m_signals) == 1 && read(STDIN_FILENO, &byte, 1) == 1;
+        struct pollfd either[] = {{m_arrived.Number(), POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
+        return poll(either, 2, -1) > 0 && either[0].revents == 0 &&
+               read(STDIN_FILENO, &byte, 1) == 1;
     }
 
   private:
-    static constexpr std::array<int, 5> kSignals = {SIGINT, SIGQUIT, SIGTSTP, SIGTERM, SIGHUP};
-
-    struct termios m_before {};
     sigset_t m_signals{};
-    std::array<struct sigaction, kSignals.size()> m_actions{};
+    support::FileDescriptor m_arrived;
+    struct termios m_before {};
 };
 
 void Check(const std::string& password) {
@@ -75,11 +72,11 @@ void Check(const std::string& password) {
 // The end of one line, of either kind, does not count.
 std::string ReadFromFile(const std::string& name) {
     std::string password = ReadInput(name, kLongestInput);
-    if (!password.empty() && password.back() == '\n') {
-        password.pop_back();
-        if (!password.empty() && password.back() == '\r') {
-            password.pop_back();
+    for (const char end : {'\n', '\r'}) {
+        if (password.empty() || password.back() != end) {
+            break;
         }
+        password.pop_back();
     }
     if (password.empty() && name == "-") {
         Tell("warning: the password from the standard input is empty");
@@ -120,22 +117,20 @@ std::string Ask() {
 
 }  // namespace
 
-void AddPasswordOptions(Context& context, CLI::App& app, PasswordOptions& options) {
-    CLI::Option* file = AddValue(app, "--password-file", options.file, "FILE",
-                                 "read the password from FILE, - for the standard input");
-    CompleteWith(context, file, {{kFiles, ""}});
-    app.add_flag("--ask-password", options.ask, "ask for the password")->excludes(file);
+Command& AddPasswordOptions(Command& command) {
+    Arguments& given = command.Given();
+    return command
+        .Value("--password-file", given.passwordFile, "FILE",
+               "read the password from FILE, - for the standard input", These({{kFiles}}))
+        .Flag("--ask-password", given.askPassword, "ask for the password")
+        .Excluding("--password-file");
 }
 
-std::optional<std::string> ReadPassword(const PasswordOptions& options, bool needed) {
-    std::optional<std::string> password;
-    if (!options.file.empty()) {
-        password = ReadFromFile(options.file);
-    } else if (options.ask || needed) {
-        password = Ask();
+std::optional<std::string> ReadPassword(const Arguments& given, bool needed) {
+    if (given.passwordFile.empty() && !given.askPassword && !needed) {
+        return std::nullopt;
     }
-    if (password) {
-        Check(*password);
-    }
+    std::string password = given.passwordFile.empty() ? Ask() : ReadFromFile(given.passwordFile);
+    Check(password);
     return password;
 }

@@ -2,7 +2,6 @@
 #include <nlohmann/json.hpp>
 
 #include "tools/siptrunkctl/commands/commands.h"
-#include "tools/siptrunkctl/commands/define.h"
 #include "tools/siptrunkctl/commands/trunk_values.h"
 #include "tools/siptrunkctl/device/trunks.h"
 #include "tools/siptrunkctl/file/trunk_rows.h"
@@ -13,37 +12,6 @@ namespace {
 constexpr const char* kGroup = "Registrations of slaves";
 
 using Registration = CSIPTrunkBase::STRegistrationParam;
-
-void CheckUser(const Registration& registration) { CheckValue("USER", registration.user_name); }
-
-void CheckWhole(const Registration& registration) {
-    CheckUser(registration);
-    CheckAddress("IP", registration.slave_ip);
-    CheckPort("PORT", registration.slave_port);
-}
-
-// Renewing what is not there would leave a registration without an address.
-void RequireRegistered(Library& library, const std::string& user) {
-    if (RequireTrunkOfSlave(library, user).remote_ip.empty()) {
-        throw Failure(ExitCode::kFailed, "slave " + Quoted(user) +
-                                             " is not registered; \"slave register\" registers it");
-    }
-}
-
-void Confirm(Context& context, const char* action, const Registration& registration,
-             const ChangeNotice& notice) {
-    const bool hasAddress = !registration.slave_ip.empty();
-    const std::string address =
-        hasAddress ? ": " + Printable(registration.slave_ip) + " port " + registration.slave_port
-                   : "";
-    context.output.Confirm(
-        std::string(action) + " slave " + Quoted(registration.user_name) + address,
-        Record{{"action", std::string(action)},
-               {"user", registration.user_name},
-               {"ip", TextIf(hasAddress, registration.slave_ip)},
-               {"port", TextIf(hasAddress, registration.slave_port)},
-               notice.Answer()});
-}
 
 void List(Context& context) {
     std::vector<Registration> slaves;
@@ -67,41 +35,67 @@ void List(Context& context) {
     context.output.PrintList(records, "slave");
 }
 
-void Register(Context& context, const Registration& registration) {
-    CheckWhole(registration);
-    (void)RequireTrunkOfSlave(context.library, registration.user_name);
+/// What a command does with the registration of a slave.
+struct Step {
+    const char* action;
+    bool hasAddress;       ///< whether it stores one
+    bool needsRegistered;  ///< renewing what is not there would leave one without an address
+    const char* otherwise;
+    bool (*run)(CSIPTrunkConfig& config, const Registration& registration);
+};
+
+void Run(Context& context, const Step& step) {
+    const Arguments& given = context.given;
+    CheckValue("USER", given.user);
+    if (step.hasAddress) {
+        CheckAddress("IP", given.ip);
+        CheckPort("PORT", given.port);
+    }
+    const Trunk trunk = RequireTrunkOfSlave(context.library, given.user);
+    if (step.needsRegistered && trunk.remote_ip.empty()) {
+        throw Failure(ExitCode::kFailed, "slave " + Quoted(given.user) +
+                                             " is not registered; \"slave register\" registers it");
+    }
+    Registration registration;
+    registration.user_name = given.user;
+    registration.slave_ip = given.ip;
+    registration.slave_port = given.port;
     const ChangeNotice notice;
-    context.library.Require(context.library.Config().SetRegisterParam(registration, false),
-                            "the registration was not stored");
-    Confirm(context, "registered", registration, notice);
+    context.library.Require(step.run(context.library.Config(), registration), step.otherwise);
+    context.output.Confirm(
+        std::string(step.action) + " slave " + Quoted(given.user) +
+            (step.hasAddress ? ": " + Printable(given.ip) + " port " + given.port : ""),
+        notice.Answer(step.action, {{"user", given.user},
+                                    {"ip", TextIf(step.hasAddress, given.ip)},
+                                    {"port", TextIf(step.hasAddress, given.port)}}));
 }
 
-void Refresh(Context& context, const Registration& registration) {
-    CheckUser(registration);
-    RequireRegistered(context.library, registration.user_name);
-    const ChangeNotice notice;
-    context.library.Require(context.library.Config().SetRegisterParam(registration, true),
-                            "the registration was not stored");
-    Confirm(context, "refreshed", registration, notice);
+void Register(Context& context) {
+    Run(context, {"registered", true, false, "the registration was not stored",
+                  [](CSIPTrunkConfig& config, const Registration& registration) {
+                      return config.SetRegisterParam(registration, false);
+                  }});
 }
 
-void Move(Context& context, const Registration& registration) {
-    CheckWhole(registration);
-    RequireRegistered(context.library, registration.user_name);
-    const ChangeNotice notice;
-    context.library.Require(
-        context.library.Config().ChangeRegisterParam(registration, registration),
-        "the registration was not stored");
-    Confirm(context, "moved", registration, notice);
+void Refresh(Context& context) {
+    Run(context, {"refreshed", false, true, "the registration was not stored",
+                  [](CSIPTrunkConfig& config, const Registration& registration) {
+                      return config.SetRegisterParam(registration, true);
+                  }});
 }
 
-void Unregister(Context& context, const Registration& registration) {
-    CheckUser(registration);
-    (void)RequireTrunkOfSlave(context.library, registration.user_name);
-    const ChangeNotice notice;
-    context.library.Require(context.library.Config().SetUnregisterParam(registration),
-                            "the registration was not removed");
-    Confirm(context, "unregistered", registration, notice);
+void Move(Context& context) {
+    Run(context, {"moved", true, true, "the registration was not stored",
+                  [](CSIPTrunkConfig& config, const Registration& registration) {
+                      return config.ChangeRegisterParam(registration, registration);
+                  }});
+}
+
+void Unregister(Context& context) {
+    Run(context, {"unregistered", false, false, "the registration was not removed",
+                  [](CSIPTrunkConfig& config, const Registration& registration) {
+                      return config.SetUnregisterParam(registration);
+                  }});
 }
 
 void AccountsMaster(Context& context) {
@@ -116,8 +110,8 @@ void AccountsMaster(Context& context) {
     context.output.PrintList(records, "account");
 }
 
-void AccountsSlave(Context& context, bool isWanted) {
-    if (!isWanted) {
+void AccountsSlave(Context& context) {
+    if (!context.given.yes) {
         throw UsageFailure(
             "accounts slave: every trunk that it lists becomes inactive; pass --yes to do it");
     }
@@ -136,62 +130,49 @@ void AccountsSlave(Context& context, bool isWanted) {
         context.output.PrintList(records, "master");
         return;
     }
-    Json answer = ToJson(Record{notice.Answer()}, false);
-    answer["accounts"] = ToJson(records, context.outputOptions.showSecrets);
-    context.output.PrintText(JsonText(answer));
+    context.output.PrintText(
+        JsonText({{"changed", notice.Changed()},
+                  {"accounts", ToJson(records, context.outputOptions.showSecrets)}}));
 }
 
-enum class Words { kUser, kUserAndAddress };
-
-void AddRegistration(CLI::App& group, Context& context, const char* name, const char* summary,
-                     const char* footer, Words words,
-                     void (*run)(Context& context, const Registration& registration)) {
-    CLI::App* command = AddCommand(group, name, "Commands", summary, footer);
-    auto registration = std::make_shared<Registration>();
-    CompleteUsers(context,
-                  AddWord(*command, "USER", registration->user_name, "the slave's account"),
-                  Which::kForSlave);
-    if (words == Words::kUserAndAddress) {
-        AddWord(*command, "IP", registration->slave_ip, "its address");
-        AddWord(*command, "PORT", registration->slave_port, "its port");
-    }
-    command->callback([&context, registration, run] { run(context, *registration); });
-}
-
-void AddAccounts(CLI::App& root, Context& context) {
-    CLI::App* group =
-        AddGroup(root, "accounts", kGroup, "the accounts for the agents: master, slave");
-    AddCommand(*group, "master", "Commands", "list the accounts that slaves may register with",
-               "Example:\n  siptrunkctl accounts master --show-secrets")
-        ->callback([&context] { AccountsMaster(context); });
-    CLI::App* slave = AddCommand(
-        *group, "slave", "Commands", "hand out the masters to register at",
-        "Every trunk that is listed becomes inactive: its registration date is removed, as when\n"
-        "the slave agent starts anew. So it wants --yes.\n\nExample:\n"
-        "  siptrunkctl accounts slave --yes");
-    auto isWanted = std::make_shared<bool>(false);
-    slave->add_flag("--yes", *isWanted, "do it, although it changes the trunks");
-    slave->callback([&context, isWanted] { AccountsSlave(context, *isWanted); });
+void AddAccounts(const Command& root) {
+    const Command accounts =
+        root.Add("accounts", kGroup, "the accounts for the agents: master, slave", "", nullptr);
+    accounts.Add("master", "Commands", "list the accounts that slaves may register with",
+                 "Example:\n  siptrunkctl accounts master --show-secrets", AccountsMaster);
+    accounts
+        .Add("slave", "Commands", "hand out the masters to register at",
+             "Every trunk that is listed becomes inactive: its registration date is removed, as "
+             "when\nthe slave agent starts anew. So it wants --yes.\n\nExample:\n"
+             "  siptrunkctl accounts slave --yes",
+             AccountsSlave)
+        .Flag("--yes", root.Given().yes, "do it, although it changes the trunks");
 }
 
 }  // namespace
 
-void AddSlaveRegistrations(CLI::App& root, Context& context) {
-    CLI::App* group =
-        AddGroup(root, "slave", kGroup,
-                 "registrations of slaves: list, register, refresh, move, unregister");
-    AddCommand(*group, "list", "Commands", "list the registered slaves",
-               "Example:\n  siptrunkctl slave list")
-        ->callback([&context] { List(context); });
-    AddRegistration(*group, context, "register", "register a slave at this device",
-                    "Example:\n  siptrunkctl slave register 2001 198.51.100.7 5060",
-                    Words::kUserAndAddress, Register);
-    AddRegistration(*group, context, "refresh", "renew the time of a slave's registration",
-                    "Example:\n  siptrunkctl slave refresh 2001", Words::kUser, Refresh);
-    AddRegistration(*group, context, "move", "change a registered slave's address",
-                    "Example:\n  siptrunkctl slave move 2001 198.51.100.8 5062",
-                    Words::kUserAndAddress, Move);
-    AddRegistration(*group, context, "unregister", "remove a slave's registration",
-                    "Example:\n  siptrunkctl slave unregister 2001", Words::kUser, Unregister);
-    AddAccounts(root, context);
+void AddSlaveRegistrations(const Command& root) {
+    const Command slave =
+        root.Add("slave", kGroup,
+                 "registrations of slaves: list, register, refresh, move, unregister", "", nullptr);
+    slave.Add("list", "Commands", "list the registered slaves",
+              "Example:\n  siptrunkctl slave list", List);
+    const auto add = [&](const char* name, const char* summary, const std::string& words,
+                         void (*run)(Context & context)) {
+        return slave
+            .Add(name, "Commands", summary,
+                 std::string("Example:\n  siptrunkctl slave ") + name + " " + words, run)
+            .Word("USER", root.Given().user, "the slave's account", SlaveUsers());
+    };
+    const auto addWithAddress = [&](Command command) {
+        command.Word("IP", root.Given().ip, "its address")
+            .Word("PORT", root.Given().port, "its port");
+    };
+    addWithAddress(
+        add("register", "register a slave at this device", "2001 198.51.100.7 5060", Register));
+    add("refresh", "renew the time of a slave's registration", "2001", Refresh);
+    addWithAddress(
+        add("move", "change a registered slave's address", "2001 198.51.100.8 5062", Move));
+    add("unregister", "remove a slave's registration", "2001", Unregister);
+    AddAccounts(root);
 }

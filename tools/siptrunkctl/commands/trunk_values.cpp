@@ -1,5 +1,8 @@
 #include "tools/siptrunkctl/commands/trunk_values.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "src/foundation/key_table.h"
 #include "tools/siptrunkctl/file/values.h"
 #include "tools/siptrunkctl/view/failure.h"
@@ -9,130 +12,94 @@ using namespace raiklaik;
 
 namespace {
 
-enum class Value { kType, kUser, kIp, kPort, kRegistration, kSymNat, kName, kPassword };
+bool IsMaster(const std::string& value) { return value == "master" || value == type::kToMaster; }
+
+void CheckType(const std::string& what, const std::string& value) {
+    if (!IsMaster(value) && value != "slave" && value != type::kForSlave) {
+        throw UsageFailure(what + ": " + Quoted(value) + " is neither master nor slave");
+    }
+}
+
+void CheckSwitch(const std::string& what, const std::string& value) {
+    (void)ReadSwitch(what, value);
+}
+
+[[noreturn]] void RefuseName(const std::string& what, const std::string& /*value*/) {
+    throw UsageFailure(what + ": the name stands before the keys; \"rename\" changes it");
+}
+
+[[noreturn]] void RefusePassword(const std::string& what, const std::string& /*value*/) {
+    throw UsageFailure(what +
+                       ": a password is not taken from the command line, where others see it; use "
+                       "--password-file or --ask-password");
+}
 
 struct KeyName {
     const char* name;
-    Value value;
+    const char* key;  ///< the word that people use for it
+    void (*check)(const std::string& what, const std::string& value);
 };
 
 // The tool's own words and, for those who know the file, the database's keys.
-constexpr KeyName kKeyNames[] = {{"type", Value::kType},
-                                 {key::kTrunkType, Value::kType},
-                                 {"user", Value::kUser},
-                                 {key::kUserName, Value::kUser},
-                                 {"ip", Value::kIp},
-                                 {"remote_ip", Value::kIp},
-                                 {key::kMasterIp, Value::kIp},
-                                 {key::kSlaveIp, Value::kIp},
-                                 {"port", Value::kPort},
-                                 {"remote_port", Value::kPort},
-                                 {key::kMasterPort, Value::kPort},
-                                 {key::kSlavePort, Value::kPort},
-                                 {"registration", Value::kRegistration},
-                                 {key::kRegistrationStatus, Value::kRegistration},
-                                 {key::kSymNat, Value::kSymNat},
-                                 {"name", Value::kName},
-                                 {key::kTrunkName, Value::kName},
-                                 {key::kPassword, Value::kPassword},
-                                 {key::kChangedPassword, Value::kPassword}};
+constexpr KeyName kKeyNames[] = {{"type", "type", CheckType},
+                                 {key::kTrunkType, "type", CheckType},
+                                 {"user", "user", CheckValue},
+                                 {key::kUserName, "user", CheckValue},
+                                 {"ip", "ip", CheckAddress},
+                                 {key::kMasterIp, "ip", CheckAddress},
+                                 {key::kSlaveIp, "ip", CheckAddress},
+                                 {"port", "port", CheckPort},
+                                 {key::kMasterPort, "port", CheckPort},
+                                 {key::kSlavePort, "port", CheckPort},
+                                 {"registration", "registration", CheckSwitch},
+                                 {key::kRegistrationStatus, "registration", CheckSwitch},
+                                 {key::kSymNat, "sym_nat", CheckSwitch},
+                                 {"name", "", RefuseName},
+                                 {key::kTrunkName, "", RefuseName},
+                                 {key::kPassword, "", RefusePassword},
+                                 {key::kChangedPassword, "", RefusePassword}};
 
-Value ReadKey(const std::string& key) {
+const KeyName& Find(const std::string& name) {
     std::vector<std::string> names;
     for (const KeyName& known : kKeyNames) {
-        if (key == known.name) {
-            return known.value;
+        if (name == known.name) {
+            return known;
         }
         names.emplace_back(known.name);
     }
-    const std::string meant = DidYouMean(key, names);
+    const std::string meant = DidYouMean(name, names);
     throw UsageFailure(
-        "unknown key " + Quoted(key) +
+        "unknown key " + Quoted(name) +
         (meant.empty() ? "; the keys are type, user, ip, port, registration, sym_nat" : meant));
 }
 
-std::string ReadType(const std::string& value) {
-    if (value == "master" || value == type::kToMaster) {
-        return type::kToMaster;
-    }
-    if (value == "slave" || value == type::kForSlave) {
-        return type::kForSlave;
-    }
-    throw UsageFailure("type=: " + Quoted(value) + " is neither master nor slave");
-}
-
-template <typename Stored>
-void Put(std::optional<Stored>& place, const std::string& key, Stored value) {
-    if (place) {
-        throw UsageFailure(key + "= is given twice");
-    }
-    place = std::move(value);
-}
-
-std::string ReadText(const std::string& key, const std::string& value) {
-    CheckValue(key + "=", value);
-    return value;
-}
-
-void ReadValue(TrunkValues& values, const std::string& key, const std::string& value) {
-    switch (ReadKey(key)) {
-        case Value::kType:
-            return Put(values.type, key, ReadType(value));
-        case Value::kUser:
-            return Put(values.user, key, ReadText(key, value));
-        case Value::kIp:
-            CheckAddress(key + "=", value);
-            return Put(values.ip, key, value);
-        case Value::kPort:
-            CheckPort(key + "=", value);
-            return Put(values.port, key, value);
-        case Value::kRegistration:
-            return Put(values.registration, key, ReadSwitch(key + "=", value));
-        case Value::kSymNat:
-            return Put(values.symNat, key, ReadSwitch(key + "=", value));
-        case Value::kName:
-            throw UsageFailure(key + "=: the name stands before the keys; \"rename\" changes it");
-        case Value::kPassword:
-            throw UsageFailure(key +
-                               "=: a password is not taken from the command line, where others see "
-                               "it; use --password-file or --ask-password");
-    }
-}
-
-void ApplyToMaster(const TrunkValues& values, Trunk& trunk, bool wasToMaster) {
-    if (values.symNat) {
+// Says which of the values a trunk of this kind does not have, or lacks.
+void CheckKind(const TrunkValues& values, bool isToMaster, bool wasToMaster) {
+    const auto has = [&](const char* key) { return values.count(key) != 0; };
+    if (isToMaster && has("sym_nat")) {
         throw UsageFailure("sym_nat=: only trunks for a slave have it");
     }
-    if (!wasToMaster && (!values.ip || !values.port)) {
+    if (isToMaster && !wasToMaster && (!has("ip") || !has("port"))) {
         throw UsageFailure("a trunk to a master needs ip= and port=");
     }
-    trunk.remote_ip = values.ip.value_or(trunk.remote_ip);
-    trunk.remote_port = values.port.value_or(trunk.remote_port);
-    trunk.registration_status = values.registration.value_or(trunk.registration_status);
-}
-
-void ApplyForSlave(const TrunkValues& values, Trunk& trunk) {
-    if (values.registration) {
+    if (!isToMaster && has("registration")) {
         throw UsageFailure("registration=: only trunks to a master have it");
     }
-    if (values.ip || values.port) {
+    if (!isToMaster && (has("ip") || has("port"))) {
         throw UsageFailure(
             "ip= and port=: a trunk for a slave gets its address when the slave registers; use "
             "\"slave register\" or \"slave move\"");
     }
-    trunk.sym_nat = values.symNat.value_or(trunk.sym_nat);
 }
 
 }  // namespace
 
 bool ReadSwitch(const std::string& what, const std::string& value) {
-    if (value == "on" || value == "1") {
-        return true;
+    const bool isOn = value == "on" || value == "1";
+    if (!isOn && value != "off" && value != "0") {
+        throw UsageFailure(what + ": " + Quoted(value) + " is neither on nor off");
     }
-    if (value == "off" || value == "0") {
-        return false;
-    }
-    throw UsageFailure(what + ": " + Quoted(value) + " is neither on nor off");
+    return isOn;
 }
 
 void CheckValue(const std::string& what, const std::string& value) {
@@ -161,16 +128,16 @@ void CheckAddress(const std::string& what, const std::string& value) {
     }
 }
 
-std::vector<Candidate> TrunkValueCandidates() {
-    return {{"type=master", "this device registers there"},
-            {"type=slave", "a slave registers at this device"},
-            {"user=", "account"},
-            {"ip=", "the master's address"},
-            {"port=", "the master's port"},
-            {"registration=on", "keep it registered"},
-            {"registration=off", ""},
-            {"sym_nat=on", "the slave is behind a symmetric NAT"},
-            {"sym_nat=off", ""}};
+Candidates TrunkValueCandidates() {
+    return These({{"type=master", "this device registers there"},
+                  {"type=slave", "a slave registers at this device"},
+                  {"user=", "account"},
+                  {"ip=", "the master's address"},
+                  {"port=", "the master's port"},
+                  {"registration=on", "keep it registered"},
+                  {"registration=off"},
+                  {"sym_nat=on", "the slave is behind a symmetric NAT"},
+                  {"sym_nat=off"}});
 }
 
 TrunkValues ReadTrunkValues(const std::vector<std::string>& words) {
@@ -181,22 +148,35 @@ TrunkValues ReadTrunkValues(const std::vector<std::string>& words) {
             throw UsageFailure(Quoted(word) +
                                " is not KEY=VALUE; a name with blanks goes in quotation marks");
         }
-        ReadValue(values, word.substr(0, separator), word.substr(separator + 1));
+        const std::string what = word.substr(0, separator + 1);
+        const std::string value = word.substr(separator + 1);
+        const KeyName& known = Find(word.substr(0, separator));
+        known.check(what, value);
+        if (!values.emplace(known.key, value).second) {
+            throw UsageFailure(what + " is given twice");
+        }
     }
     return values;
 }
 
 void ApplyTrunkValues(const TrunkValues& values, Trunk& trunk) {
     const bool isNew = trunk.trunk_type.empty() && trunk.trunk_name.empty();
-    if (isNew && (!values.type || !values.user)) {
+    if (isNew && (values.count("type") == 0 || values.count("user") == 0)) {
         throw UsageFailure("a trunk needs type=master or type=slave, and user=");
     }
     const bool wasToMaster = IsToMaster(trunk);
-    trunk.trunk_type = values.type.value_or(trunk.trunk_type);
-    trunk.user_name = values.user.value_or(trunk.user_name);
-    if (IsToMaster(trunk)) {
-        ApplyToMaster(values, trunk, wasToMaster);
-    } else {
-        ApplyForSlave(values, trunk);
+    for (const auto& [key, value] : values) {
+        if (key == "type") {
+            trunk.trunk_type = IsMaster(value) ? type::kToMaster : type::kForSlave;
+        } else if (key == "user") {
+            trunk.user_name = value;
+        } else if (key == "ip") {
+            trunk.remote_ip = value;
+        } else if (key == "port") {
+            trunk.remote_port = value;
+        } else {
+            (key == "sym_nat" ? trunk.sym_nat : trunk.registration_status) = ReadSwitch(key, value);
+        }
     }
+    CheckKind(values, IsToMaster(trunk), wasToMaster);
 }

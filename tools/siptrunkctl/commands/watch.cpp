@@ -1,9 +1,7 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
-#include "src/foundation/paths.h"
 #include "tools/siptrunkctl/commands/commands.h"
-#include "tools/siptrunkctl/commands/define.h"
 #include "tools/siptrunkctl/device/cause.h"
 #include "tools/siptrunkctl/file/compare.h"
 #include "tools/siptrunkctl/file/watch.h"
@@ -36,14 +34,8 @@ void PrintChanges(Context& context, const Sections& before, const Sections& afte
     context.output.Flush();
 }
 
-// Returns nothing while the database cannot be read; what is wrong with it is told.
-std::optional<Sections> ReadSections(const std::string& path) {
-    try {
-        return HasDatabase() ? RequireDatabase(path).sections : Sections();
-    } catch (const std::exception& failure) {
-        Tell(failure.what());
-        return std::nullopt;
-    }
+Sections ReadSections(const std::string& path) {
+    return HasDatabase() ? RequireDatabase(path).sections : Sections();
 }
 
 void TellNews(FileWatch::News news, const std::string& path) {
@@ -57,30 +49,34 @@ void TellNews(FileWatch::News news, const std::string& path) {
 void Watch(Context& context) {
     const std::string path = DatabasePath();
     FileWatch watch(path);
-    Sections before = HasDatabase() ? RequireDatabase(path).sections : Sections();
+    Sections before = ReadSections(path);
     if (!context.outputOptions.quiet) {
         Tell("watching " + path);
     }
-    bool isBroken = false;
-    while (true) {
+    for (bool isBroken = false; true;) {
         TellNews(watch.Wait(), path);
-        std::optional<Sections> after = ReadSections(path);
-        if (after) {
-            if (isBroken) {
-                Tell(path + " can be read again");
-            }
-            PrintChanges(context, before, *after);
-            before = std::move(*after);
+        Sections after;
+        try {
+            after = ReadSections(path);
+        } catch (const std::exception& failure) {
+            Tell(failure.what());
+            isBroken = true;
+            continue;
         }
-        isBroken = !after.has_value();
+        if (isBroken) {
+            Tell(path + " can be read again");
+        }
+        isBroken = false;
+        PrintChanges(context, before, after);
+        before = std::move(after);
     }
 }
 
 }  // namespace
 
-void AddWatch(CLI::App& root, Context& context) {
-    AddCommand(root, "watch", "The database as a whole", "print each change as it happens",
-               "Changes of trunks and of the agents' switches, with the time. Ends with Ctrl-C.\n"
-               "With --json each change is one line.\n\nExample:\n  siptrunkctl watch")
-        ->callback([&context] { Watch(context); });
+void AddWatch(const Command& root) {
+    root.Add("watch", "The database as a whole", "print each change as it happens",
+             "Changes of trunks and of the agents' switches, with the time. Ends with Ctrl-C.\n"
+             "With --json each change is one line.\n\nExample:\n  siptrunkctl watch",
+             Watch);
 }

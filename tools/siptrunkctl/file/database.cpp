@@ -48,6 +48,16 @@ bool IsSwitches(const DatabaseSection& section) {
            section.Find(key::kSlaveEnabled) != nullptr && section.Find(key::kTrunkName) == nullptr;
 }
 
+const DatabaseSection* FindTrunk(const Sections& sections, const std::string& name) {
+    for (const DatabaseSection& section : sections) {
+        const std::string* own = section.Find(key::kTrunkName);
+        if (own != nullptr && *own == name) {
+            return &section;
+        }
+    }
+    return nullptr;
+}
+
 Database ScanDatabase(std::string_view text) {
     const support::SectionGrammar grammar(syntax::kSection, syntax::kOpener, syntax::kCloser,
                                           syntax::kSeparator, syntax::kComment);

@@ -45,6 +45,9 @@ bool IsSecret(std::string_view key);
 /// Returns whether a section is the one of the agents' switches.
 bool IsSwitches(const DatabaseSection& section);
 
+/// Returns the section of the trunk that programs find by its name; null when there is none.
+const DatabaseSection* FindTrunk(const Sections& sections, const std::string& name);
+
 /// Takes a database's text apart. After a line that breaks the grammar it goes on with the next, so
 /// that all such lines are found.
 Database ScanDatabase(std::string_view text);

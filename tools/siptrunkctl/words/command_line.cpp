@@ -6,7 +6,6 @@
 
 #include "include/raiklaik.h"
 #include "tools/siptrunkctl/commands/commands.h"
-#include "tools/siptrunkctl/commands/define.h"
 #include "tools/siptrunkctl/device/cause.h"
 #include "tools/siptrunkctl/view/text.h"
 #include "tools/siptrunkctl/words/completion.h"
@@ -23,7 +22,6 @@ constexpr const char* kFooter =
     "  siptrunkctl add office type=master user=1001 ip=192.0.2.10 port=5060\n"
     "  siptrunkctl -C /mnt/flash/conf validate\n"
     "\"siptrunkctl COMMAND --help\" tells more about a command.";
-constexpr const char* kVersion = "siptrunkctl " RAIKLAIK_VERSION;
 
 /// What people type who know other tools.
 constexpr std::pair<const char*, const char*> kOtherWords[] = {
@@ -52,70 +50,6 @@ std::string SecondsFault(const std::string& given) {
     return isTime ? "" : Quoted(given) + " is not a number of seconds";
 }
 
-void AddOptions(CLI::App& root, Context& context) {
-    OutputOptions& output = context.outputOptions;
-    CompleteWith(context,
-                 AddValue(root, "-C,--config-dir", context.configDir, "DIR",
-                          "the device's configuration directory"),
-                 {{kFolders, ""}});
-    root.add_flag("--json", output.json, "answer with one JSON value");
-    root.add_flag("-q,--quiet", output.quiet, "do not confirm what was done");
-    root.add_flag("--no-legend", output.noLegend, "tables without head line and count");
-    root.add_flag("--full", output.full, "tables whole, however narrow the terminal is");
-    AddChoice(context, root, "--color", output.color, "colors", {"auto", "always", "never"});
-    root.add_flag("--show-secrets", output.showSecrets, "show passwords");
-    CompleteWith(context,
-                 AddValue(root, "--log", context.libraryOptions.logFile, "FILE",
-                          "append the library's log lines to FILE"),
-                 {{kFiles, ""}});
-    root.add_option("--wait", context.libraryOptions.wait,
-                    "give up when the device's lock is held for so long")
-        ->option_text("SECONDS")
-        ->take_last()
-        ->check(SecondsFault);
-    root.set_version_flag("--version", kVersion, "show the version");
-}
-
-const CLI::App& RequireCommand(const CLI::App& root, const std::vector<std::string>& words) {
-    const CLI::App* command = &root;
-    for (const std::string& word : words) {
-        const CLI::App* next = FindCommand(*command, word);
-        if (next == nullptr) {
-            throw UsageFailure("no command " + Quoted(word) + More(command));
-        }
-        command = next;
-    }
-    return *command;
-}
-
-void AddHelpAndVersion(CLI::App& root, Context& context) {
-    constexpr const char* kGroup = "About the tool";
-    CLI::App* help = AddCommand(root, "help", kGroup, "show help, of all or of one command",
-                                "Example:\n  siptrunkctl help slave register");
-    auto words = std::make_shared<std::vector<std::string>>();
-    CLI::Option* option = AddWords(*help, "COMMAND", *words, "the command");
-    context.candidates[option] = [&root] {
-        std::vector<Candidate> candidates;
-        for (const CLI::App* command : root.get_subcommands({})) {
-            candidates.push_back({command->get_name(), command->get_description()});
-        }
-        return candidates;
-    };
-    help->callback([&root, &context, words] {
-        const CLI::App& command = RequireCommand(root, *words);
-        const CLI::App* parent = command.get_parent();
-        // The program's own help would be that of "help", which is the command just given.
-        context.output.PrintText(parent == nullptr
-                                     ? root.get_formatter()->make_help(&root, root.get_name(),
-                                                                       CLI::AppFormatMode::Normal)
-                                     : command.help(PathOf(parent)));
-    });
-    AddCommand(root, "version", kGroup, "show the version", "Example:\n  siptrunkctl version")
-        ->callback([&context] {
-            context.output.Confirm(kVersion, Record{{"version", std::string(RAIKLAIK_VERSION)}});
-        });
-}
-
 // Says which option was meant, or how a name may begin with a dash.
 [[noreturn]] void ThrowNoOption(const CLI::App* app, const std::string& word) {
     const bool mayBeName =
@@ -140,8 +74,8 @@ void AddHelpAndVersion(CLI::App& root, Context& context) {
 // Says which command was meant by a word that is none.
 [[noreturn]] void ThrowNoCommand(const CLI::App* app, const std::string& word) {
     std::vector<std::string> names;
-    for (const CLI::App* command : app->get_subcommands({})) {
-        names.push_back(command->get_name());
+    for (const Candidate& command : CommandsOf(*app)) {
+        names.push_back(command.text);
     }
     std::string meant = DidYouMean(word, names);
     for (const auto& [other, name] : kOtherWords) {
@@ -175,33 +109,95 @@ void AddHelpAndVersion(CLI::App& root, Context& context) {
                             : More(app)));
 }
 
-void Define(CLI::App& root, Context& context) {
-    root.fallthrough();
-    root.require_subcommand(0, 1);
-    root.set_help_flag("-h,--help", "show this help");
-    root.footer(kFooter);
-    root.get_formatter()->column_width(30);
-    root.get_formatter()->label("SUBCOMMAND", "COMMAND");
-    root.get_formatter()->label("Positionals", "Words");
-    AddOptions(root, context);
-    AddTrunkQueries(root, context);
-    AddTrunkChanges(root, context);
-    AddMasterLink(root, context);
-    AddSlaveRegistrations(root, context);
-    AddAgents(root, context);
-    AddDatabase(root, context);
-    AddImport(root, context);
-    AddEdit(root, context);
-    AddWatch(root, context);
-    AddHelpAndVersion(root, context);
-    root.parse_complete_callback([&context] {
-        if (!context.configDir.empty()) {
-            UseDirectory(context.configDir);
+void AddOptions(CLI::App& app, Command& root, Context& context) {
+    OutputOptions& output = context.outputOptions;
+    root.Value("-C,--config-dir", context.given.configDir, "DIR",
+               "the device's configuration directory", These({{kFolders}}))
+        .Flag("--json", output.json, "answer with one JSON value")
+        .Flag("-q,--quiet", output.quiet, "do not confirm what was done")
+        .Flag("--no-legend", output.noLegend, "tables without head line and count")
+        .Flag("--full", output.full, "tables whole, however narrow the terminal is")
+        .Choice("--color", output.color, "colors", {{"auto"}, {"always"}, {"never"}})
+        .Flag("--show-secrets", output.showSecrets, "show passwords")
+        .Value("--log", context.libraryOptions.logFile, "FILE",
+               "append the library's log lines to FILE", These({{kFiles}}));
+    app.add_option("--wait", context.libraryOptions.wait,
+                   "give up when the device's lock is held for so long")
+        ->option_text("SECONDS")
+        ->take_last()
+        ->check(SecondsFault);
+    app.set_version_flag("--version", "", "show the version");
+}
+
+// Answers with a text, or with the same as JSON, also when the command is to be quiet.
+void Print(Context& context, const char* name, const std::string& value, const std::string& text) {
+    if (context.outputOptions.json) {
+        context.output.PrintOne({{name, value}});
+    } else {
+        context.output.PrintText(text);
+    }
+}
+
+void PrintVersion(Context& context) {
+    Print(context, "version", RAIKLAIK_VERSION, "siptrunkctl " RAIKLAIK_VERSION "\n");
+}
+
+void PrintHelp(const CLI::App* command, Context& context) {
+    const std::string text =
+        command->get_formatter()->make_help(command, PathOf(command), CLI::AppFormatMode::Normal);
+    Print(context, "help", text, text);
+}
+
+// Shows the help of the command that the words name.
+void Help(const CLI::App* command, Context& context) {
+    for (const std::string& word : context.given.words) {
+        const CLI::App* next = FindCommand(*command, word);
+        if (next == nullptr) {
+            ThrowNoCommand(command, word);
+        }
+        command = next;
+    }
+    PrintHelp(command, context);
+}
+
+void AddCommands(CLI::App& app, const Command& root, Context& context) {
+    constexpr const char* kGroup = "About the tool";
+    AddTrunkQueries(root);
+    AddTrunkChanges(root);
+    AddMasterLink(root);
+    AddSlaveRegistrations(root);
+    AddAgents(root);
+    AddDatabase(root);
+    AddImport(root);
+    AddEdit(root);
+    AddWatch(root);
+    root.Add("help", kGroup, "show help, of all or of one command",
+             "Example:\n  siptrunkctl help slave register", nullptr)
+        .Words("COMMAND", "the command", [&app] { return CommandsOf(app); });
+    app.get_subcommand("help")->callback([&] { Help(&app, context); });
+    root.Add("version", kGroup, "show the version", "Example:\n  siptrunkctl version",
+             PrintVersion);
+}
+
+void Define(CLI::App& app, Context& context, CandidatesOf& candidates) {
+    app.fallthrough();
+    app.require_subcommand(0, 1);
+    app.set_help_flag("-h,--help", "show this help");
+    app.footer(kFooter);
+    app.get_formatter()->column_width(30);
+    app.get_formatter()->label("SUBCOMMAND", "COMMAND");
+    app.get_formatter()->label("Positionals", "Words");
+    Command root(app, context, candidates);
+    AddOptions(app, root, context);
+    AddCommands(app, root, context);
+    app.parse_complete_callback([&context] {
+        if (!context.given.configDir.empty()) {
+            UseDirectory(context.given.configDir);
         }
     });
-    root.callback([&root, &context] {
-        if (root.get_subcommands().empty()) {
-            context.output.PrintText(root.help());
+    app.callback([&app, &context] {
+        if (app.get_subcommands().empty()) {
+            PrintHelp(&app, context);
         }
     });
 }
@@ -209,26 +205,23 @@ void Define(CLI::App& root, Context& context) {
 }  // namespace
 
 void RunCommandLine(const std::vector<std::string>& words, Context& context) {
-    CLI::App root(kDescription, "siptrunkctl");
-    Define(root, context);
+    CLI::App app(kDescription, "siptrunkctl");
+    CandidatesOf candidates;
+    Define(app, context, candidates);
     if (!words.empty() && words.front() == kCompleteCommand) {
-        Complete(root, context, {words.begin() + 1, words.end()});
+        Complete(app, candidates, context.output, {words.begin() + 1, words.end()});
         return;
     }
     try {
-        root.parse(std::vector<std::string>(words.rbegin(), words.rend()));
+        app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
     } catch (const CLI::CallForHelp&) {
-        context.output.PrintText(root.help());
+        PrintHelp(Chosen(&app), context);
     } catch (const CLI::CallForVersion&) {
-        context.output.PrintText(std::string(kVersion) + "\n");
-    } catch (const CLI::ExtrasError&) {
-        ThrowExtra(root, words);
-    } catch (const CLI::RequiredError& error) {
-        if (!root.remaining().empty()) {
-            ThrowExtra(root, words);  // which is perhaps what is missing, misspelled
-        }
-        throw UsageFailure(std::string(error.what()) + More(Chosen(&root)));
+        PrintVersion(context);
     } catch (const CLI::ParseError& error) {
-        throw UsageFailure(std::string(error.what()) + More(Chosen(&root)));
+        if (!app.remaining().empty()) {
+            ThrowExtra(app, words);  // which is perhaps what is missing, misspelled
+        }
+        throw UsageFailure(std::string(error.what()) + More(Chosen(&app)));
     }
 }

@@ -1,9 +1,9 @@
 #include "tools/siptrunkctl/words/completion.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdlib>
 
-#include "tools/siptrunkctl/commands/define.h"
 #include "tools/siptrunkctl/device/cause.h"
 #include "tools/siptrunkctl/words/shell_words.h"
 
@@ -12,15 +12,14 @@ namespace {
 /// Follows the words of a command line up to the one that is to be completed.
 class Follower {
   public:
-    Follower(const CLI::App& root, Context& context) : m_context(context), m_app(&root) {}
+    Follower(const CLI::App& root, const CandidatesOf& candidates)
+        : m_candidates(candidates), m_app(&root) {}
 
     void Take(const std::string& word) {
         if (m_wanting != nullptr) {
             TakeValue(*m_wanting, word);
             m_wanting = nullptr;
-        } else if (!m_onlyWords && word == "--") {
-            m_onlyWords = true;
-        } else if (!m_onlyWords && word.size() > 1 && word.front() == '-') {
+        } else if (IsOption(word)) {
             const std::size_t separator = word.find('=');
             const CLI::Option* option = FindOption(word.substr(0, separator));
             if (option != nullptr && separator != std::string::npos) {
@@ -28,7 +27,8 @@ class Follower {
             } else if (option != nullptr && option->get_items_expected_max() > 0) {
                 m_wanting = option;
             }
-        } else if (const CLI::App* next = m_given == 0 ? FindCommand(*m_app, word) : nullptr) {
+            m_onlyWords = word == "--";
+        } else if (const auto* next = m_given == 0 ? FindCommand(*m_app, word) : nullptr) {
             m_app = next;
         } else {
             ++m_given;
@@ -37,21 +37,23 @@ class Follower {
 
     std::vector<Candidate> Offer(const std::string& typed) const {
         if (m_wanting != nullptr) {
-            return CandidatesOf(m_wanting, "");
+            return OfferValues(m_wanting, "");
+        }
+        if (!IsOption(typed + "?")) {
+            return OfferWords();
         }
         const std::size_t separator = typed.find('=');
-        if (!m_onlyWords && typed.compare(0, 2, "--") == 0 && separator != std::string::npos) {
-            const CLI::Option* option = FindOption(typed.substr(0, separator));
-            return CandidatesOf(option, typed.substr(0, separator + 1));
-        }
-        if (!m_onlyWords && !typed.empty() && typed.front() == '-') {
-            return OfferOptions();
-        }
-        return OfferWords();
+        return separator == std::string::npos ? OfferOptions()
+                                              : OfferValues(FindOption(typed.substr(0, separator)),
+                                                            typed.substr(0, separator + 1));
     }
 
   private:
-    void TakeValue(const CLI::Option& option, const std::string& value) {
+    bool IsOption(const std::string& word) const {
+        return !m_onlyWords && word.size() > 1 && word.front() == '-';
+    }
+
+    static void TakeValue(const CLI::Option& option, const std::string& value) {
         if (option.check_name("--config-dir")) {
             const char* home = std::getenv("HOME");
             const bool isAtHome = value.compare(0, 2, "~/") == 0 && home != nullptr;
@@ -60,20 +62,19 @@ class Follower {
     }
 
     const CLI::Option* FindOption(const std::string& name) const {
-        for (const CLI::App* app = m_app; app != nullptr; app = app->get_parent()) {
-            if (const CLI::Option* option = app->get_option_no_throw(name)) {
-                return option;
-            }
+        const CLI::Option* option = nullptr;
+        for (const CLI::App* app = m_app; app != nullptr && option == nullptr;
+             app = app->get_parent()) {
+            option = app->get_option_no_throw(name);
         }
-        return nullptr;
+        return option;
     }
 
     // before  what stands before each candidate
-    std::vector<Candidate> CandidatesOf(const CLI::Option* option,
-                                        const std::string& before) const {
-        const auto known = m_context.candidates.find(option);
+    std::vector<Candidate> OfferValues(const CLI::Option* option, const std::string& before) const {
+        const auto known = m_candidates.find(option);
         std::vector<Candidate> candidates;
-        if (known != m_context.candidates.end()) {
+        if (known != m_candidates.end()) {
             candidates = known->second();
         }
         for (Candidate& candidate : candidates) {
@@ -98,22 +99,20 @@ class Follower {
 
     std::vector<Candidate> OfferWords() const {
         std::vector<Candidate> candidates;
-        for (const CLI::App* command : m_app->get_subcommands({})) {
-            if (m_given == 0) {
-                candidates.push_back({command->get_name(), command->get_description()});
-            }
+        if (m_given == 0) {
+            candidates = CommandsOf(*m_app);
         }
         const std::vector<const CLI::Option*> words =
             m_app->get_options([](const CLI::Option* word) { return word->get_positional(); });
         if (!words.empty() && (m_given < words.size() || words.back()->get_expected_max() > 1)) {
             const std::vector<Candidate> more =
-                CandidatesOf(words[std::min(m_given, words.size() - 1)], "");
+                OfferValues(words[std::min(m_given, words.size() - 1)], "");
             candidates.insert(candidates.end(), more.begin(), more.end());
         }
         return candidates;
     }
 
-    Context& m_context;
+    const CandidatesOf& m_candidates;
     const CLI::App* m_app;
     const CLI::Option* m_wanting = nullptr;  // its value comes next
     std::size_t m_given = 0;                 // words after the command
@@ -136,7 +135,22 @@ std::string OneLine(std::string text) {
 
 }  // namespace
 
-void Complete(const CLI::App& root, Context& context, const std::vector<std::string>& words) {
+std::vector<Candidate> CommandsOf(const CLI::App& app) {
+    std::vector<Candidate> commands;
+    for (const CLI::App* command : app.get_subcommands({})) {
+        commands.push_back({command->get_name(), command->get_description()});
+    }
+    return commands;
+}
+
+const CLI::App* FindCommand(const CLI::App& app, const std::string& name) {
+    const std::vector<const CLI::App*> found =
+        app.get_subcommands([&](const CLI::App* command) { return command->get_name() == name; });
+    return found.empty() ? nullptr : found.front();
+}
+
+void Complete(const CLI::App& root, const CandidatesOf& candidates, Output& output,
+              const std::vector<std::string>& words) {
     if (words.size() < 2) {
         return;
     }
@@ -149,7 +163,7 @@ void Complete(const CLI::App& root, Context& context, const std::vector<std::str
             line.push_back({word, word});
         }
     }
-    Follower follower(root, context);
+    Follower follower(root, candidates);
     for (std::size_t i = 1; i + 1 < line.size(); ++i) {
         follower.Take(line[i].text);
     }
@@ -157,10 +171,10 @@ void Complete(const CLI::App& root, Context& context, const std::vector<std::str
     for (const Candidate& candidate : follower.Offer(last.text)) {
         const bool isMark = candidate.text == kFiles || candidate.text == kFolders;
         if (isMark) {
-            context.output.PrintText(candidate.text + "\n");
+            output.PrintText(candidate.text + "\n");
         } else if (IsPlain(candidate.text) && candidate.text.rfind(last.text, 0) == 0) {
-            context.output.PrintText(isBash ? ForBash(candidate.text, last.typed) : candidate.text);
-            context.output.PrintText("\t" + OneLine(candidate.description) + "\n");
+            output.PrintText(isBash ? ForBash(candidate.text, last.typed) : candidate.text);
+            output.PrintText("\t" + OneLine(candidate.description) + "\n");
         }
     }
 }
