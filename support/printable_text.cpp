@@ -1,9 +1,7 @@
 #include "support/printable_text.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <iterator>
-#include <string_view>
 
 namespace support {
 
@@ -24,13 +22,9 @@ std::uint32_t Byte(std::string_view text, std::size_t place) {
 
 bool IsPlain(char byte) { return byte >= 0x20 && byte <= 0x7e; }
 
-struct Character {
-    std::size_t length;   // in bytes
-    std::uint32_t point;  // its place in Unicode; a byte that begins no character is its own
-};
+}  // namespace
 
-// The first character of a text that is not empty.
-Character First(std::string_view text) {
+Character FirstCharacter(std::string_view text) {
     constexpr std::uint32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
     const std::uint32_t lead = Byte(text, 0);
     const Character alone{1, lead};
@@ -64,8 +58,6 @@ void AppendEscaped(std::string& text, std::string_view bytes) {
     }
 }
 
-}  // namespace
-
 std::string PrintableLine(std::string line) {
     std::string_view rest = line;
     const bool isEnded = !rest.empty() && rest.back() == '\n';
@@ -75,7 +67,7 @@ std::string PrintableLine(std::string line) {
     }
     std::string printable;
     while (!rest.empty()) {
-        const Character character = First(rest);
+        const Character character = FirstCharacter(rest);
         if (IsHarmful(character.point)) {
             AppendEscaped(printable, rest.substr(0, character.length));
         } else {

@@ -7,8 +7,8 @@
 
 #include "support/file_descriptor.h"
 #include "support/line_scanner.h"
+#include "support/printable_text.h"
 #include "tools/siptrunkctl/device/cause.h"
-#include "tools/siptrunkctl/view/harmless.h"
 #include "tools/siptrunkctl/words/command_line.h"
 
 namespace {
@@ -18,7 +18,7 @@ int Report(const Context& context, const Failure& failure) {
     const std::string_view text = failure.what();
     for (support::LineScanner lines(text); lines.Next();) {
         WriteError((color ? "\x1b[1;31msiptrunkctl:\x1b[0m " : "siptrunkctl: ") +
-                   Harmless(lines.Line()) + "\n");
+                   support::PrintableLine(std::string(lines.Line())) + "\n");
     }
     return static_cast<int>(failure.Code());
 }

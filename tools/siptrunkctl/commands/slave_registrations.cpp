@@ -5,6 +5,7 @@
 #include "tools/siptrunkctl/commands/trunk_values.h"
 #include "tools/siptrunkctl/device/trunks.h"
 #include "tools/siptrunkctl/file/trunk_rows.h"
+#include "tools/siptrunkctl/view/clock.h"
 #include "tools/siptrunkctl/view/text.h"
 
 namespace {

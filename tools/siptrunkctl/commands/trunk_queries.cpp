@@ -6,6 +6,7 @@
 #include "tools/siptrunkctl/commands/commands.h"
 #include "tools/siptrunkctl/device/trunks.h"
 #include "tools/siptrunkctl/file/trunk_rows.h"
+#include "tools/siptrunkctl/view/clock.h"
 #include "tools/siptrunkctl/view/text.h"
 
 using namespace raiklaik;

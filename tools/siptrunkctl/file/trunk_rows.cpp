@@ -4,7 +4,6 @@
 
 #include "src/foundation/key_table.h"
 #include "src/foundation/paths.h"
-#include "tools/siptrunkctl/view/clock.h"
 #include "tools/siptrunkctl/view/text.h"
 
 using namespace raiklaik;
@@ -20,7 +19,6 @@ TrunkRow RowOf(const DatabaseSection& section) {
     row.port = section.Get(row.isToMaster ? key::kMasterPort : key::kSlavePort);
     row.date = section.Get(key::kRegistrationDate);
     row.time = section.Get(key::kRegistrationTime);
-    row.hasAddress = section.Find(row.isToMaster ? key::kMasterIp : key::kSlaveIp) != nullptr;
     row.symNat = section.Get(key::kSymNat).substr(0, 1) == "1";
     row.registration = section.Get(key::kRegistrationStatus) == "1";
     return row;
@@ -39,12 +37,6 @@ std::string OddityOf(const DatabaseSection& section, bool isNew) {
 
 }  // namespace
 
-std::string SinceText(const std::string& date, const std::string& time) {
-    return date + (!date.empty() && !time.empty() ? " " : "") + time;
-}
-
-std::string TrunkRow::Since() const { return SinceText(date, time); }
-
 std::vector<TrunkRow> TrunkRowsOf(const Sections& sections) {
     std::vector<TrunkRow> rows;
     std::unordered_set<std::string_view> names;
@@ -60,10 +52,4 @@ std::vector<TrunkRow> TrunkRowsOf(const Sections& sections) {
 
 std::vector<TrunkRow> ReadTrunkRows() {
     return TrunkRowsOf(RequireDatabase(DatabasePath()).sections);
-}
-
-void AppendSince(Record& record, const std::string& date, const std::string& time) {
-    const std::optional<std::string> iso = IsoTime(date, time);
-    record.push_back({"since", SinceText(date, time), Rank::kUseful});
-    record.push_back({"since_iso", TextIf(iso.has_value(), iso.value_or("")), Rank::kOnlyJson});
 }

@@ -3,8 +3,13 @@
 #include <optional>
 #include <string>
 
-// Times, as people and programs read them.
+#include "tools/siptrunkctl/view/value.h"
 
-/// Returns the local date and time of a stamp, MM/DD/YYYY and HH:MM:SS, in ISO 8601 with the zone's
-/// offset; nothing when the two texts are no such stamp.
+// The stamps of registrations, local dates MM/DD/YYYY and times HH:MM:SS, as people and programs
+// read them.
+
+/// Returns a stamp in ISO 8601 with the zone's offset; nothing when the two texts are none.
 std::optional<std::string> IsoTime(const std::string& date, const std::string& time);
+
+/// Appends the fields "since", which is "DATE TIME", and, for JSON, "since_iso".
+void AppendSince(Record& record, const std::string& date, const std::string& time);

@@ -1,8 +1,6 @@
 #include "tools/siptrunkctl/view/json.h"
 
-#include <array>
 #include <cstdint>
-#include <cstdio>
 #include <nlohmann/json.hpp>
 
 #include "tools/siptrunkctl/view/text.h"
@@ -50,27 +48,18 @@ struct Putting {
     }
 };
 
-void AppendUnit(std::string& text, std::uint32_t unit) {
-    std::array<char, 8> escape{};
-    (void)std::snprintf(escape.data(), escape.size(), "\\u%04x", unit & 0xffffU);
-    text += escape.data();
-}
-
 // Such characters stand inside of texts only, where this form means the same.
 std::string WithoutHarm(std::string_view json) {
     std::string text;
     text.reserve(json.size());
-    for (std::size_t length = 0; !json.empty(); json.remove_prefix(length)) {
-        length = CharacterLength(json);
-        const std::string_view character = json.substr(0, length);
-        const std::uint32_t point = CodePoint(character);
-        if (point < 0x7f || !IsHarmful(point)) {
-            text += character;
-        } else if (point < 0x10000) {
-            AppendUnit(text, point);
+    for (support::Character character{}; !json.empty(); json.remove_prefix(character.length)) {
+        character = support::FirstCharacter(json);
+        const std::string_view bytes = json.substr(0, character.length);
+        if (bytes == "\n" || !IsShownEscaped(character)) {
+            text += bytes;
         } else {
-            AppendUnit(text, 0xd7c0U + (point >> 10U));
-            AppendUnit(text, 0xdc00U + (point & 0x3ffU));
+            const std::string escaped = Json(bytes).dump(-1, ' ', true);
+            text.append(escaped, 1, escaped.size() - 2);  // without its quotation marks
         }
     }
     return text;
@@ -79,29 +68,15 @@ std::string WithoutHarm(std::string_view json) {
 }  // namespace
 
 bool TextFromBase64(std::string_view base64, std::string& text) {
-    if (base64.size() % 4 != 0) {
-        return false;
-    }
-    const std::size_t digits = base64.find_last_not_of('=') + 1;
-    if (base64.size() - digits > 2) {
-        return false;
-    }
     text.clear();
     std::uint32_t bits = 0;
-    unsigned int count = 0;
-    for (const char digit : base64.substr(0, digits)) {
-        const std::size_t value = kDigits.find(digit);
-        if (value == std::string_view::npos) {
-            return false;
-        }
-        bits = bits << 6U | static_cast<std::uint32_t>(value);
-        count += 6;
-        if (count >= 8) {
-            count -= 8;
-            text += static_cast<char>(bits >> count & 0xffU);
+    for (std::size_t i = 0; i < base64.size(); ++i) {
+        bits = bits << 6U | (kDigits.find(base64[i]) & 0x3fU);
+        if (i % 4 != 0 && base64[i] != '=') {
+            text += static_cast<char>(bits >> (6 - 2 * (i % 4)) & 0xffU);
         }
     }
-    return true;
+    return Base64(text) == base64;
 }
 
 void PutText(Json& object, const std::string& name, const std::string& text) {

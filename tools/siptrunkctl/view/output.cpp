@@ -8,9 +8,9 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "support/printable_text.h"
 #include "support/system_call.h"
 #include "tools/siptrunkctl/view/failure.h"
-#include "tools/siptrunkctl/view/harmless.h"
 
 bool WantsColor(const std::string& when, int fd) {
     if (when != "auto") {
@@ -28,7 +28,9 @@ void WriteError(std::string_view text) {
     }
 }
 
-void Tell(std::string_view text) { WriteError("siptrunkctl: " + Harmless(text) + "\n"); }
+void Tell(std::string_view text) {
+    WriteError("siptrunkctl: " + support::PrintableLine(std::string(text)) + "\n");
+}
 
 Layout Output::TheLayout() const {
     Layout layout;

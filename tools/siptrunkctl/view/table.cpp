@@ -43,16 +43,13 @@ std::string Heading(const char* name) {
 
 // Returns the first characters of a text that is too wide, with a mark that some are missing.
 std::string Cut(const std::string& text, std::size_t width) {
-    if (Width(text) <= width) {
-        return text;
-    }
-    std::size_t end = 0;
-    std::size_t next = 0;
-    while (Width(std::string_view(text).substr(0, next)) < width) {
+    const std::string_view whole = text;
+    std::size_t end = whole.size();
+    for (std::size_t next = 0; Width(whole) > width && Width(whole.substr(0, next)) < width;) {
         end = next;
-        next += CharacterLength(std::string_view(text).substr(next));
+        next += support::FirstCharacter(whole.substr(next)).length;
     }
-    return text.substr(0, end) + "~";
+    return end == whole.size() ? text : text.substr(0, end) + "~";
 }
 
 /// One column, from its heading down.
@@ -91,21 +88,21 @@ std::size_t TotalWidth(const std::vector<Column>& columns) {
 }
 
 // Takes from the widest of the columns from `first` on until the table fits.
-void CutWidest(std::vector<Column>::iterator first, std::vector<Column>& columns,
-               std::size_t limit) {
-    const auto isNarrower = [](const Column& a, const Column& b) { return a.width < b.width; };
-    for (std::size_t total = TotalWidth(columns); total > limit && first != columns.end();
+void CutWidest(std::vector<Column>& columns, std::size_t first, std::size_t limit) {
+    const auto begin = columns.begin() + static_cast<std::ptrdiff_t>(first);
+    for (std::size_t total = TotalWidth(columns); total > limit && begin != columns.end();
          --total) {
-        const auto widest = std::max_element(first, columns.end(), isNarrower);
+        const auto widest = std::max_element(
+            begin, columns.end(), [](const auto& a, const auto& b) { return a.width < b.width; });
         if (widest->width <= kLeastWidth) {
-            break;
+            return;
         }
         --widest->width;
     }
 }
 
 // Returns the headings of the columns that had to go. A very narrow terminal wraps the lines.
-std::vector<std::string> FitTo(std::size_t limit, std::vector<Column>& columns, bool legend) {
+std::vector<std::string> FitTo(std::size_t limit, std::vector<Column>& columns) {
     std::vector<std::string> dropped;
     while (TotalWidth(columns) > limit) {
         const auto least =
@@ -114,12 +111,11 @@ std::vector<std::string> FitTo(std::size_t limit, std::vector<Column>& columns, 
         if (least->rank == Rank::kAlways) {
             break;
         }
-        dropped.insert(dropped.begin(), legend ? least->cells.front() : "");
+        dropped.insert(dropped.begin(), least->cells.front());
         columns.erase(std::next(least).base());
     }
-    // The first column tells the rows apart, so it is cut last.
-    CutWidest(columns.begin() + 1, columns, limit);
-    CutWidest(columns.begin(), columns, limit);
+    CutWidest(columns, 1, limit);  // the first column tells the rows apart, so it is cut last
+    CutWidest(columns, 0, limit);
     return dropped;
 }
 
@@ -155,7 +151,7 @@ std::string TableText(const std::vector<Record>& records, const char* noun, cons
     if (!records.empty()) {
         std::vector<Column> columns = ColumnsOf(records, layout);
         if (layout.columns != 0) {
-            dropped = FitTo(layout.columns, columns, layout.legend);
+            dropped = FitTo(layout.columns, columns);
         }
         for (std::size_t i = 0; i < columns.front().cells.size(); ++i) {
             const bool isHead = layout.color && layout.legend && i == 0;

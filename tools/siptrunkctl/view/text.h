@@ -1,22 +1,16 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "support/printable_text.h"
+
 // Texts from the database, as people see them.
 
-/// Returns the number of bytes of the UTF-8 character that `text` begins with; 0 when it begins
-/// with none.
-std::size_t CharacterLength(std::string_view text);
-
-/// Returns the code point of one whole UTF-8 character.
-std::uint32_t CodePoint(std::string_view character);
-
 /// Returns whether a character could do something to a terminal, or cannot be seen.
-bool IsHarmful(std::uint32_t point);
+bool IsShownEscaped(const support::Character& character);
 
 /// Returns whether the whole text is UTF-8.
 bool IsUtf8(std::string_view text);
