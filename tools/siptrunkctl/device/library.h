@@ -1,11 +1,12 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "include/raiklaik.h"
+#include "support/file_descriptor.h"
 #include "tools/siptrunkctl/device/lock.h"
-#include "tools/siptrunkctl/device/operation_log.h"
 
 /// How the library is to be used.
 struct LibraryOptions {
@@ -14,14 +15,16 @@ struct LibraryOptions {
 };
 
 /// The library, as the programs of the device use it. Its failures become exceptions.
+///
+/// Its log lines go to memory of this process first, so that no other process's lines are among
+/// them: the last ERROR line tells why an operation failed. From there they go to the log file.
 class Library {
   public:
     /// @param options outlive the object, and count from the first operation on
     explicit Library(const LibraryOptions& options) : m_options(options) {}
 
-    const LibraryOptions& Options() const { return m_options; }
-
-    /// The operations. The first call waits for the device's lock.
+    /// The operations. The first call waits for the device's lock. Throws std::system_error when
+    /// the log cannot be opened.
     CSIPTrunkConfig& Config();
 
     /// Passes on what an operation answered. Throws a Failure with the cause that the library
@@ -35,9 +38,13 @@ class Library {
     void Require(bool result, const std::string& otherwise);
 
   private:
+    void OpenLogs();
+    std::string TakeLines();
     void ThrowLogged();
 
     const LibraryOptions& m_options;
-    std::unique_ptr<OperationLog> m_log;
-    std::unique_ptr<CSIPTrunkConfig> m_config;
+    support::FileDescriptor m_memory{-1};
+    support::FileDescriptor m_logFile{-1};
+    std::optional<CSIPTrunkLogger> m_logger;
+    std::optional<CSIPTrunkConfig> m_config;
 };

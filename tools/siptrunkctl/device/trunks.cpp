@@ -1,6 +1,8 @@
 #include "tools/siptrunkctl/device/trunks.h"
 
 #include <algorithm>
+#include <list>
+#include <set>
 
 #include "src/foundation/key_table.h"
 #include "tools/siptrunkctl/view/failure.h"
@@ -10,15 +12,6 @@ using namespace raiklaik;
 
 namespace {
 
-std::list<Trunk> ReadKind(Library& library, const char* type) {
-    std::list<Trunk> trunks;
-    (void)library.Checked(library.Config().GetSIPTrunkParams(trunks, type, false));
-    for (Trunk& trunk : trunks) {
-        trunk.trunk_type = type;
-    }
-    return trunks;
-}
-
 const Trunk* FindTrunk(const std::vector<Trunk>& trunks, const std::string Trunk::*field,
                        const std::string& text) {
     const auto found = std::find_if(trunks.begin(), trunks.end(),
@@ -26,18 +19,24 @@ const Trunk* FindTrunk(const std::vector<Trunk>& trunks, const std::string Trunk
     return found == trunks.end() ? nullptr : &*found;
 }
 
+// Says "; did you mean" one of the fields of the trunks.
+std::string NearTo(const std::string& text, const std::vector<Trunk>& trunks,
+                   const std::string Trunk::*field) {
+    std::vector<std::string> candidates;
+    for (const Trunk& trunk : trunks) {
+        candidates.push_back(trunk.*field);
+    }
+    return DidYouMean(text, candidates);
+}
+
 [[noreturn]] void ThrowNoTrunk(Library& library, const std::string& name) {
     const std::vector<Trunk> trunks = ReadTrunks(library);
-    const Trunk* ofUser = FindTrunk(trunks, &Trunk::user_name, name);
-    std::vector<std::string> names;
-    for (const Trunk& trunk : trunks) {
-        names.push_back(trunk.trunk_name);
-    }
-    throw Failure(ExitCode::kNoSuchTrunk,
-                  "no trunk " + Quoted(name) +
-                      (ofUser == nullptr || name.empty()
-                           ? DidYouMean(name, names)
-                           : "; that is the user of trunk " + Quoted(ofUser->trunk_name)));
+    const Trunk* ofUser = name.empty() ? nullptr : FindTrunk(trunks, &Trunk::user_name, name);
+    throw Failure(
+        ExitCode::kNoSuchTrunk,
+        "no trunk " + Quoted(name) +
+            (ofUser == nullptr ? NearTo(name, trunks, &Trunk::trunk_name)
+                               : "; that is the user of trunk " + Quoted(ofUser->trunk_name)));
 }
 
 }  // namespace
@@ -50,23 +49,21 @@ std::string KindOf(const Trunk& trunk) {
 
 std::vector<Trunk> ReadTrunks(Library& library) {
     std::vector<Trunk> trunks;
+    std::set<std::string> names;
     for (const char* type : {type::kToMaster, type::kForSlave}) {
-        const std::list<Trunk> ofKind = ReadKind(library, type);
-        trunks.insert(trunks.end(), ofKind.begin(), ofKind.end());
+        std::list<Trunk> ofKind;
+        (void)library.Checked(library.Config().GetSIPTrunkParams(ofKind, type, false));
+        for (Trunk& trunk : ofKind) {
+            trunk.trunk_type = type;
+            names.insert(trunk.trunk_name);
+            trunks.push_back(std::move(trunk));
+        }
     }
     std::list<CSIPTrunkBase::STTrunkState> states;
     (void)library.Checked(library.Config().GetSIPTrunksState(states, type::kEvery));
-    if (states.size() == trunks.size()) {
-        return trunks;
-    }
-    std::vector<std::string> known;
-    for (const Trunk& trunk : trunks) {
-        known.push_back(trunk.trunk_name);
-    }
-    std::sort(known.begin(), known.end());
     for (const CSIPTrunkBase::STTrunkState& state : states) {
         Trunk trunk;
-        if (!std::binary_search(known.begin(), known.end(), state.trunk_name) &&
+        if (names.insert(state.trunk_name).second &&
             library.Checked(library.Config().GetSIPTrunkParams(state.trunk_name, trunk))) {
             trunk.password.clear();
             trunks.push_back(std::move(trunk));
@@ -84,38 +81,27 @@ Trunk RequireTrunk(Library& library, const std::string& name) {
 }
 
 void RequireTrunkToMaster(Library& library, const std::string& name) {
-    const std::list<Trunk> trunks = ReadKind(library, type::kToMaster);
-    if (std::any_of(trunks.begin(), trunks.end(),
-                    [&](const Trunk& trunk) { return trunk.trunk_name == name; })) {
-        return;
+    if (!IsToMaster(RequireTrunk(library, name))) {
+        throw Failure(ExitCode::kNoSuchTrunk, "no trunk to a master " + Quoted(name) +
+                                                  "; the trunk of that name is for a slave");
     }
-    (void)RequireTrunk(library, name);
-    throw Failure(ExitCode::kNoSuchTrunk, "no trunk to a master " + Quoted(name) +
-                                              "; the trunk of that name is for a slave");
 }
 
 Trunk RequireTrunkOfSlave(Library& library, const std::string& user) {
-    const Trunk* found = nullptr;
-    std::vector<std::string> users;
-    const std::vector<Trunk> trunks = ReadTrunks(library);
-    for (const Trunk& trunk : trunks) {
-        if (IsToMaster(trunk) && trunk.user_name == user) {
-            throw Failure(ExitCode::kNoSuchTrunk,
-                          "no slave " + Quoted(user) + "; that is the user of trunk " +
-                              Quoted(trunk.trunk_name) + ", which goes to a master");
-        }
-        if (!IsToMaster(trunk)) {
-            users.push_back(trunk.user_name);
-            found = found == nullptr && trunk.user_name == user ? &trunk : found;
-        }
+    std::vector<Trunk> trunks = ReadTrunks(library);
+    const Trunk* found = FindTrunk(trunks, &Trunk::user_name, user);  // to a master, if one is
+    if (found != nullptr && !IsToMaster(*found)) {
+        return *found;
     }
-    if (found == nullptr) {
-        const Trunk* named = FindTrunk(trunks, &Trunk::trunk_name, user);
-        throw Failure(ExitCode::kNoSuchTrunk,
-                      "no slave " + Quoted(user) +
-                          (named == nullptr
-                               ? DidYouMean(user, users)
-                               : "; that is a trunk, whose user is " + Quoted(named->user_name)));
+    std::string hint;
+    if (found != nullptr) {
+        hint =
+            "; that is the user of trunk " + Quoted(found->trunk_name) + ", which goes to a master";
+    } else if (const Trunk* named = FindTrunk(trunks, &Trunk::trunk_name, user)) {
+        hint = "; that is a trunk, whose user is " + Quoted(named->user_name);
+    } else {
+        trunks.erase(std::remove_if(trunks.begin(), trunks.end(), IsToMaster), trunks.end());
+        hint = NearTo(user, trunks, &Trunk::user_name);
     }
-    return *found;
+    throw Failure(ExitCode::kNoSuchTrunk, "no slave " + Quoted(user) + hint);
 }
