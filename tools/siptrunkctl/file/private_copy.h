@@ -20,7 +20,6 @@ class PrivateCopy {
     void Keep() { m_isKept = true; }
 
   private:
-    std::string m_folder;
     std::string m_path;
     bool m_isKept = false;
 };
