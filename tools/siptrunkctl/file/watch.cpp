@@ -6,10 +6,8 @@
 
 #include <array>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
-#include <set>
+#include <filesystem>
 
 #include "support/system_call.h"
 
@@ -17,25 +15,15 @@ namespace {
 
 using support::FileStatus;
 
-constexpr std::uint32_t kComings = IN_CREATE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE |
-                                   IN_DELETE_SELF | IN_MOVE_SELF | IN_ATTRIB | IN_ONLYDIR;
+constexpr std::uint32_t kNews = IN_CREATE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE |
+                                IN_DELETE_SELF | IN_MOVE_SELF | IN_ATTRIB | IN_CLOSE_WRITE |
+                                IN_ONLYDIR;
 
-std::string RealPath(const std::string& path) {
-    const std::unique_ptr<char, void (*)(void*)> real(realpath(path.c_str(), nullptr), std::free);
-    return real ? real.get() : path;
-}
-
-std::string FolderOf(const std::string& path) {
-    const std::size_t slash = path.rfind('/');
-    return slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
-}
-
-FileStatus StatusOf(const std::string& path) {
-    FileStatus status;
-    if (!support::LookAt(AT_FDCWD, RealPath(path).c_str(), status)) {
-        status = {};
-    }
-    return status;
+// Returns the path without links, as far as it is there.
+std::filesystem::path RealPath(const std::string& path) {
+    std::error_code error;
+    const std::filesystem::path real = std::filesystem::weakly_canonical(path, error);
+    return error ? std::filesystem::path(path) : real;
 }
 
 bool IsSameFile(const FileStatus& a, const FileStatus& b) {
@@ -44,39 +32,29 @@ bool IsSameFile(const FileStatus& a, const FileStatus& b) {
 
 }  // namespace
 
-FileWatch::FileWatch(const std::string& path)
-    : m_path(path), m_events(inotify_init1(IN_CLOEXEC)), m_file(StatusOf(path)) {
-    const std::string folder = FolderOf(RealPath(m_path));
+FileWatch::FileWatch(const std::string& path) : m_path(path), m_events(inotify_init1(IN_CLOEXEC)) {
+    const std::string folder = RealPath(path).parent_path();
     if (m_events.Number() == -1 ||
-        inotify_add_watch(m_events.Number(), folder.c_str(), kComings | IN_CLOSE_WRITE) == -1) {
+        inotify_add_watch(m_events.Number(), folder.c_str(), kNews) == -1) {
         support::ThrowSystemFailure(errno, folder, "watch");
     }
     WatchAll();
 }
 
-// One that is not there cannot be watched; the one above tells when it comes. Two ways may lead to
-// one folder, so the events are added to those that are watched for.
-void FileWatch::Watch(const std::string& folder, std::uint32_t events) const {
-    (void)inotify_add_watch(m_events.Number(), folder.c_str(), events | IN_MASK_ADD);
-}
-
-// The way as it is written, and the way as it really is, which differ where there are links.
+// The way as it is written, and the way as it really is, which differ where there are links. A
+// folder that is not there cannot be watched; the one above tells when it comes.
 void FileWatch::WatchAll() {
-    std::set<std::string> folders;
-    for (const std::string& way : {m_path, RealPath(m_path), RealPath(FolderOf(m_path)) + "/"}) {
-        for (std::string folder = FolderOf(way);; folder = FolderOf(folder)) {
-            folders.insert(folder);
-            if (folder == "/" || folder == ".") {
-                break;
-            }
+    const std::filesystem::path real = RealPath(m_path);
+    for (std::filesystem::path folder : {std::filesystem::path(m_path), real}) {
+        while (folder.has_relative_path()) {
+            folder = folder.parent_path();
+            (void)inotify_add_watch(m_events.Number(), folder.empty() ? "." : folder.c_str(),
+                                    kNews);
         }
     }
-    const std::string last = FolderOf(RealPath(m_path));
-    for (const std::string& folder : folders) {
-        Watch(folder, folder == last ? kComings | IN_CLOSE_WRITE : kComings);
-    }
-    m_folder = StatusOf(last);
-    m_name = RealPath(m_path).substr(RealPath(m_path).rfind('/') + 1);
+    m_name = real.filename();
+    (void)support::LookAt(AT_FDCWD, real.parent_path().c_str(), m_folder);
+    (void)support::LookAt(AT_FDCWD, real.c_str(), m_file);
 }
 
 // Returns whether one of the events is about the file; its times are too coarse to tell.
@@ -104,7 +82,6 @@ FileWatch::News FileWatch::Wait() {
         const FileStatus folderBefore = m_folder;
         const FileStatus fileBefore = m_file;
         WatchAll();
-        m_file = StatusOf(m_path);
         if (!IsSameFile(folderBefore, m_folder)) {
             return m_folder.mode == 0 ? News::kFolderGone : News::kFolderReplaced;
         }

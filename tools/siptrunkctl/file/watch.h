@@ -1,7 +1,6 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 #include "support/file_descriptor.h"
 #include "support/file_status.h"
@@ -24,7 +23,6 @@ class FileWatch {
   private:
     bool WaitForEvent() const;
     void WatchAll();
-    void Watch(const std::string& folder, std::uint32_t events) const;
 
     std::string m_path;
     std::string m_name;  // of the file in its folder, after links
