@@ -15,7 +15,7 @@ constexpr const char* kGroup = "The database as a whole";
 void Validate(Context& context) {
     const std::vector<std::string>& file = context.given.words;
     const std::string path = file.empty() ? DatabasePath() : file.front();
-    const std::vector<Problem> problems = AllProblems(ReadDatabase(path));
+    const std::vector<Problem> problems = AllProblems(ScanDatabase(ReadDatabaseText(path)));
     context.result = problems.empty() ? ExitCode::kDone : ExitCode::kMalformed;
     if (context.outputOptions.json) {
         Json answer = Json::object();

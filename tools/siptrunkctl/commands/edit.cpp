@@ -6,8 +6,8 @@
 #include "tools/siptrunkctl/commands/commands.h"
 #include "tools/siptrunkctl/file/check.h"
 #include "tools/siptrunkctl/file/compare.h"
+#include "tools/siptrunkctl/file/database.h"
 #include "tools/siptrunkctl/file/private_copy.h"
-#include "tools/siptrunkctl/file/store.h"
 
 using namespace raiklaik;
 

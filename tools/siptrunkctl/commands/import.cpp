@@ -9,8 +9,8 @@
 #include "tools/siptrunkctl/device/cause.h"
 #include "tools/siptrunkctl/file/check.h"
 #include "tools/siptrunkctl/file/compare.h"
+#include "tools/siptrunkctl/file/database.h"
 #include "tools/siptrunkctl/file/input.h"
-#include "tools/siptrunkctl/file/store.h"
 #include "tools/siptrunkctl/file/transfer.h"
 #include "tools/siptrunkctl/view/text.h"
 

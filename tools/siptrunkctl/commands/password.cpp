@@ -9,8 +9,8 @@
 
 #include "support/file_descriptor.h"
 #include "tools/siptrunkctl/commands/trunk_values.h"
+#include "tools/siptrunkctl/file/check.h"
 #include "tools/siptrunkctl/file/input.h"
-#include "tools/siptrunkctl/file/values.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include "tools/siptrunkctl/commands/password.h"
 #include "tools/siptrunkctl/commands/trunk_values.h"
 #include "tools/siptrunkctl/device/cause.h"
+#include "tools/siptrunkctl/file/check.h"
 #include "tools/siptrunkctl/file/database.h"
-#include "tools/siptrunkctl/file/values.h"
 #include "tools/siptrunkctl/view/text.h"
 
 using namespace raiklaik;

@@ -4,7 +4,7 @@
 #include <iterator>
 
 #include "src/foundation/key_table.h"
-#include "tools/siptrunkctl/file/values.h"
+#include "tools/siptrunkctl/file/check.h"
 #include "tools/siptrunkctl/view/failure.h"
 #include "tools/siptrunkctl/view/text.h"
 

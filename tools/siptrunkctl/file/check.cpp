@@ -1,16 +1,48 @@
 #include "tools/siptrunkctl/file/check.h"
 
+#include <arpa/inet.h>
+
 #include <algorithm>
+#include <cctype>
+#include <initializer_list>
 #include <string_view>
 #include <unordered_map>
 
 #include "src/foundation/key_table.h"
-#include "tools/siptrunkctl/file/values.h"
 #include "tools/siptrunkctl/view/text.h"
 
 using namespace raiklaik;
 
 namespace {
+
+bool IsDigit(char byte) { return std::isdigit(static_cast<unsigned char>(byte)) != 0; }
+
+// A letter of `pattern` is itself, except 9, which is any digit.
+bool HasPattern(const std::string& text, std::string_view pattern) {
+    return text.size() == pattern.size() &&
+           std::equal(text.begin(), text.end(), pattern.begin(), [](char byte, char wanted) {
+               return wanted == '9' ? IsDigit(byte) : byte == wanted;
+           });
+}
+
+// Returns whether the two digits at a place of `text` are a number in these limits.
+bool IsWithin(const std::string& text, std::size_t place, int least, int most) {
+    const int number = (text[place] - '0') * 10 + text[place + 1] - '0';
+    return number >= least && number <= most;
+}
+
+const char* DateFault(const std::string& text) {
+    return HasPattern(text, "99/99/9999") && IsWithin(text, 0, 1, 12) && IsWithin(text, 3, 1, 31)
+               ? nullptr
+               : "is not a date MM/DD/YYYY";
+}
+
+const char* TimeFault(const std::string& text) {
+    return HasPattern(text, "99:99:99") && IsWithin(text, 0, 0, 23) && IsWithin(text, 3, 0, 59) &&
+                   IsWithin(text, 6, 0, 60)  // a leap second
+               ? nullptr
+               : "is not a time HH:MM:SS";
+}
 
 const char* FlagFault(const std::string& value) {
     return value == "0" || value == "1" ? nullptr : "is neither 0 nor 1";
@@ -42,119 +74,91 @@ constexpr KeyForm kKeyForms[] = {{key::kMasterEnabled, FlagFault, false},
                                  {key::kRegistrationDate, DateFault, true},
                                  {key::kRegistrationTime, TimeFault, true}};
 
-constexpr const char* kKeysOfAll[] = {key::kTrunkType, key::kUserName, key::kPassword};
-constexpr const char* kKeysToMaster[] = {key::kMasterIp, key::kMasterPort,
-                                         key::kRegistrationStatus};
-constexpr const char* kKeysForSlave[] = {key::kSymNat};
-
+/// Looks at one section after the other, and remembers the names and users.
 class Check {
   public:
-    Check(const Database& database, const char* unit)
-        : m_database(database), m_again(std::string(" again, first in ") + unit + " ") {}
+    explicit Check(const char* unit) : m_again(std::string(" again, first in ") + unit + " ") {}
 
-    std::vector<Problem> Run() {
-        for (const DatabaseSection& section : m_database.sections) {
-            const bool isFirst = &section == &m_database.sections.front();
-            if (isFirst) {
-                CheckSwitches(section);
+    void Look(const DatabaseSection& section, bool isFirst) {
+        if (isFirst) {
+            Require(section, {key::kMasterEnabled, key::kSlaveEnabled}, "first section");
+        }
+        if (section.Find(key::kTrunkName) != nullptr) {
+            const bool isToMaster = section.Get(key::kTrunkType) == type::kToMaster;
+            Require(section, {key::kTrunkType, key::kUserName, key::kPassword}, "trunk");
+            if (isToMaster) {
+                Require(section, {key::kMasterIp, key::kMasterPort, key::kRegistrationStatus},
+                        "trunk");
+            } else {
+                Require(section, {key::kSymNat}, "trunk");
             }
-            if (!isFirst || section.Find(key::kTrunkName) != nullptr) {
-                CheckTrunk(section);
-            }
-            Places keys;
-            for (const DatabaseEntry& entry : section.entries) {
-                CheckEntry(entry, keys);
+        } else if (!isFirst) {
+            Require(section, {key::kTrunkName}, "section");
+        }
+        Places keys;
+        for (const DatabaseEntry& entry : section.entries) {
+            // Of a key that occurs twice nobody reads the second value.
+            if (IsNew(entry, entry.key, keys, "key ")) {
+                LookAtValue(entry);
             }
         }
-        return std::move(m_problems);
     }
+    std::vector<Problem> Take() { return std::move(m_problems); }
 
   private:
     using Places = std::unordered_map<std::string_view, std::size_t>;
 
-    void Add(std::size_t line, std::string reason) {
-        m_problems.push_back({line, std::move(reason)});
-    }
+    void Add(std::size_t line, const std::string& reason) { m_problems.push_back({line, reason}); }
 
-    void CheckSwitches(const DatabaseSection& section) {
-        for (const char* key : {key::kMasterEnabled, key::kSlaveEnabled}) {
+    void Require(const DatabaseSection& section, std::initializer_list<const char*> keys,
+                 const char* what) {
+        for (const char* key : keys) {
             if (section.Find(key) == nullptr) {
-                Add(section.line, std::string("first section without \"") + key + "\"");
+                Add(section.line, std::string(what) + " without \"" + key + "\"");
             }
         }
     }
 
-    void RequireKey(const DatabaseSection& section, const char* key) {
-        if (section.Find(key) == nullptr) {
-            Add(section.line, std::string("trunk without \"") + key + "\"");
-        }
-    }
-
-    void CheckTrunk(const DatabaseSection& section) {
-        if (section.Find(key::kTrunkName) == nullptr) {
-            Add(section.line, std::string("section without \"") + key::kTrunkName + "\"");
-            return;
-        }
-        for (const char* key : kKeysOfAll) {
-            RequireKey(section, key);
-        }
-        if (section.Get(key::kTrunkType) == type::kToMaster) {
-            for (const char* key : kKeysToMaster) {
-                RequireKey(section, key);
-            }
-        } else {
-            for (const char* key : kKeysForSlave) {
-                RequireKey(section, key);
-            }
-        }
-    }
-
-    void CheckEntry(const DatabaseEntry& entry, Places& keys) {
-        const auto [first, isNew] = keys.emplace(entry.key, entry.line);
+    bool IsNew(const DatabaseEntry& entry, std::string_view text, Places& known, const char* what) {
+        const auto [place, isNew] = known.emplace(text, entry.line);
         if (!isNew) {
-            Add(entry.line, "key " + Quoted(entry.key) + m_again + std::to_string(first->second));
-            return;  // nobody reads it
+            Add(entry.line, what + Quoted(text) + m_again + std::to_string(place->second));
         }
-        CheckValueOf(entry);
-        if (entry.key == key::kTrunkName) {
-            CheckUnique(entry, m_names, "trunk name ");
-        } else if (entry.key == key::kUserName) {
-            CheckUnique(entry, m_users, "user name ");
-        }
+        return isNew;
     }
 
-    void CheckValueOf(const DatabaseEntry& entry) {
-        if (entry.value.size() > kLongestValue) {
+    void LookAtValue(const DatabaseEntry& entry) {
+        const std::string& value = entry.value;
+        if (value.size() > kLongestValue) {
             Add(entry.line, "value of " + Quoted(entry.key) + " has " +
-                                std::to_string(entry.value.size()) + " bytes, of which only " +
+                                std::to_string(value.size()) + " bytes, of which only " +
                                 std::to_string(kLongestValue) + " are read");
         }
-        if (!entry.value.empty() && entry.value.back() == '\r') {
+        if (!value.empty() && value.back() == '\r') {
             Add(entry.line, "value of " + Quoted(entry.key) + " ends in a carriage return");
-            return;
+        } else if (const char* fault = FaultOf(entry)) {
+            Add(entry.line, entry.key + " " + Quoted(value) + " " + fault);
         }
-        for (const KeyForm& known : kKeyForms) {
-            const char* fault = entry.key == known.key && !(known.mayBeEmpty && entry.value.empty())
-                                    ? known.fault(entry.value)
-                                    : nullptr;
-            if (fault != nullptr) {
-                Add(entry.line, entry.key + " " + Quoted(entry.value) + " " + fault);
+        const bool isName = entry.key == key::kTrunkName;
+        if (isName || entry.key == key::kUserName) {
+            const char* what = isName ? "trunk name " : "user name ";
+            if (value.empty()) {
+                Add(entry.line, std::string(what) + "is empty");
+            } else {
+                (void)IsNew(entry, value, isName ? m_names : m_users, what);
             }
         }
     }
 
-    void CheckUnique(const DatabaseEntry& entry, Places& known, const char* what) {
-        if (entry.value.empty()) {
-            Add(entry.line, std::string(what) + "is empty");
-            return;
+    static const char* FaultOf(const DatabaseEntry& entry) {
+        for (const KeyForm& known : kKeyForms) {
+            if (entry.key == known.key && !(known.mayBeEmpty && entry.value.empty())) {
+                return known.fault(entry.value);
+            }
         }
-        const auto [place, isNew] = known.emplace(entry.value, entry.line);
-        if (!isNew) {
-            Add(entry.line, what + Quoted(entry.value) + m_again + std::to_string(place->second));
-        }
+        return nullptr;
     }
 
-    const Database& m_database;
     std::string m_again;
     std::vector<Problem> m_problems;
     Places m_names;
@@ -163,8 +167,29 @@ class Check {
 
 }  // namespace
 
+const char* PortFault(const std::string& text) {
+    const bool isNumber = !text.empty() && text.size() <= 5 &&
+                          std::all_of(text.begin(), text.end(), IsDigit) && text.front() != '0';
+    return isNumber && std::stoi(text) <= 65535 ? nullptr : "is not a port (1 to 65535)";
+}
+
+const char* AddressFault(const std::string& text) {
+    if (text.find_first_of(" \t") != std::string::npos) {
+        return "holds a blank";
+    }
+    const bool isNumeric =
+        !text.empty() && text.find_first_not_of("0123456789.") == std::string::npos;
+    struct in_addr address {};
+    return isNumeric && inet_pton(AF_INET, text.c_str(), &address) != 1 ? "is not an IP address"
+                                                                        : nullptr;
+}
+
 std::vector<Problem> FindProblems(const Database& database, const char* unit) {
-    return Check(database, unit).Run();
+    Check check(unit);
+    for (const DatabaseSection& section : database.sections) {
+        check.Look(section, &section == &database.sections.front());
+    }
+    return check.Take();
 }
 
 std::vector<Problem> AllProblems(const Database& database) {

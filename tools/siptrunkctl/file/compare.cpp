@@ -1,9 +1,10 @@
 #include "tools/siptrunkctl/file/compare.h"
 
+#include <algorithm>
+#include <iterator>
 #include <nlohmann/json.hpp>
 #include <string_view>
 #include <unordered_map>
-#include <unordered_set>
 
 #include "src/foundation/key_table.h"
 #include "tools/siptrunkctl/view/text.h"
@@ -12,79 +13,53 @@ using namespace raiklaik;
 
 namespace {
 
-std::optional<std::string> NameOf(const DatabaseSection& section) {
+using Text = std::optional<std::string>;
+
+Text NameOf(const DatabaseSection& section) {
     const std::string* name = section.Find(key::kTrunkName);
-    return name == nullptr ? std::nullopt : std::optional(*name);
+    return name == nullptr ? std::nullopt : Text(*name);
 }
 
-// The first value of each key of a section.
-using Values = std::unordered_map<std::string_view, std::string_view>;
-
-Values ValuesOf(const DatabaseSection* section) {
-    Values values;
-    for (std::size_t i = 0; section != nullptr && i < section->entries.size(); ++i) {
-        values.emplace(section->entries[i].key, section->entries[i].value);
-    }
-    return values;
-}
-
-std::optional<std::string> ValueOf(const Values& values, const std::string& key) {
-    const auto found = values.find(key);
-    return found == values.end() ? std::nullopt : std::optional<std::string>(found->second);
-}
-
-/// The sections of one state by their names.
+// The sections that count, by their names: no name for the agents' switches.
 class Index {
   public:
     explicit Index(const Sections& sections) {
         for (const DatabaseSection& section : sections) {
-            const std::string* name = section.Find(key::kTrunkName);
-            if (name != nullptr) {
-                m_trunks.emplace(*name, &section);
-            } else if (m_switches == nullptr) {
-                m_switches = &section;
-            }
+            m_sections.emplace(NameOf(section), &section);
         }
     }
-
     const DatabaseSection* Counterpart(const DatabaseSection& section) const {
-        const std::string* name = section.Find(key::kTrunkName);
-        if (name == nullptr) {
-            return m_switches;
-        }
-        const auto found = m_trunks.find(*name);
-        return found == m_trunks.end() ? nullptr : found->second;
+        const auto found = m_sections.find(NameOf(section));
+        return found == m_sections.end() ? nullptr : found->second;
     }
 
   private:
-    std::unordered_map<std::string_view, const DatabaseSection*> m_trunks;
-    const DatabaseSection* m_switches = nullptr;
+    std::unordered_map<Text, const DatabaseSection*> m_sections;
 };
 
-// Of the switches, what they are counts also when they come or go.
-void AppendKeys(std::vector<Change>& changes, const DatabaseSection* old,
-                const DatabaseSection* section) {
-    const Values before = ValuesOf(old);
-    const Values after = ValuesOf(section);
-    std::unordered_set<std::string_view> told;
-    for (const DatabaseSection* side : {old, section}) {
-        if (side == nullptr) {
-            continue;
-        }
-        for (const DatabaseEntry& entry : side->entries) {
-            if (!told.insert(entry.key).second) {
-                continue;
+// Appends the keys whose first values differ.
+void AppendKeys(std::vector<Change>& changes, const Text& name, const DatabaseSection* old,
+                const DatabaseSection* now) {
+    std::vector<Change> keys;
+    std::unordered_map<std::string_view, std::size_t> places;
+    const auto take = [&](const DatabaseSection* section, Text Change::*side) {
+        for (std::size_t i = 0; section != nullptr && i < section->entries.size(); ++i) {
+            const DatabaseEntry& entry = section->entries[i];
+            const auto [place, isNew] = places.emplace(entry.key, keys.size());
+            if (isNew) {
+                keys.push_back({"changed", name, entry.key, {}, {}});
             }
-            Change change{"changed", NameOf(*side), entry.key, ValueOf(before, entry.key),
-                          ValueOf(after, entry.key)};
-            if (change.before != change.after) {
-                changes.push_back(std::move(change));
-            }
+            Text& value = keys[place->second].*side;
+            value = value ? value : entry.value;
         }
-    }
+    };
+    take(old, &Change::before);
+    take(now, &Change::after);
+    std::copy_if(keys.begin(), keys.end(), std::back_inserter(changes),
+                 [](const Change& change) { return change.before != change.after; });
 }
 
-std::string Shown(const std::optional<std::string>& value, bool isHidden) {
+std::string Shown(const Text& value, bool isHidden) {
     return !value ? "none" : isHidden ? "(hidden)" : Quoted(*value);
 }
 
@@ -94,24 +69,24 @@ std::vector<Change> Compare(const Sections& before, const Sections& after) {
     const Index old(before);
     const Index now(after);
     std::vector<Change> changes;
+    // The switches are always there, as it were: what comes or goes are their keys.
+    const auto append = [&](const char* what, const DatabaseSection& section,
+                            const DatabaseSection* from, const DatabaseSection* to) {
+        const Text name = NameOf(section);
+        if (name && (from == nullptr || to == nullptr)) {
+            changes.push_back({what, name, "", {}, {}});
+        } else {
+            AppendKeys(changes, name, from, to);
+        }
+    };
     for (const DatabaseSection& section : before) {
         if (old.Counterpart(section) == &section && now.Counterpart(section) == nullptr) {
-            if (NameOf(section)) {
-                changes.push_back({"deleted", NameOf(section), "", {}, {}});
-            } else {
-                AppendKeys(changes, &section, nullptr);
-            }
+            append("deleted", section, &section, nullptr);
         }
     }
     for (const DatabaseSection& section : after) {
-        if (now.Counterpart(section) != &section) {
-            continue;
-        }
-        const DatabaseSection* counterpart = old.Counterpart(section);
-        if (counterpart == nullptr && NameOf(section)) {
-            changes.push_back({"added", NameOf(section), "", {}, {}});
-        } else {
-            AppendKeys(changes, counterpart, &section);
+        if (now.Counterpart(section) == &section) {
+            append("added", section, old.Counterpart(section), &section);
         }
     }
     return changes;
@@ -129,12 +104,13 @@ std::string ChangeText(const Change& change, bool secrets) {
 }
 
 Record ChangeRecord(const Change& change) {
+    const auto value = [&](const Text& text) {
+        return text && IsSecret(change.key) ? Value(Secret{*text})
+                                            : TextIf(text.has_value(), text.value_or(""));
+    };
     Record record = {{"change", std::string(change.what)},
                      {"name", TextIf(change.name.has_value(), change.name.value_or(""))}};
     if (!change.key.empty()) {
-        const auto value = [&](const std::optional<std::string>& text) {
-            return !text ? Value() : IsSecret(change.key) ? Value(Secret{*text}) : Value(*text);
-        };
         record.push_back({"key", change.key});
         record.push_back({"old", value(change.before)});
         record.push_back({"new", value(change.after)});

@@ -4,6 +4,8 @@
 
 #include "src/foundation/database_syntax.h"
 #include "src/foundation/key_table.h"
+#include "src/foundation/paths.h"
+#include "support/durable_file.h"
 #include "support/entry.h"
 #include "support/line_scanner.h"
 #include "support/section_text.h"
@@ -21,6 +23,24 @@ DatabaseEntry EntryOf(std::string_view line, std::size_t number) {
     const std::string_view key = support::WithoutTrailingBlanks(line.substr(0, separator));
     return {std::string(support::WithoutLeadingBlanks(key)),
             std::string(line.substr(separator + 1)), number};
+}
+
+std::string TextOf(const DatabaseSection& section) {
+    std::string text = std::string(syntax::kSection) + " " + syntax::kOpener;
+    for (const DatabaseEntry& entry : section.entries) {
+        text.append(entry.key).append(syntax::kSeparator).append(entry.value).append("\n");
+    }
+    return text + syntax::kCloser;
+}
+
+std::string WithoutSections(const std::string& text, const Sections& sections) {
+    std::string rest;
+    std::size_t begin = 0;
+    for (const DatabaseSection& section : sections) {
+        rest.append(text, begin, section.begin - begin);
+        begin = section.end;
+    }
+    return rest.append(text, begin);
 }
 
 }  // namespace
@@ -74,16 +94,13 @@ Database ScanDatabase(std::string_view text) {
             database.problems.push_back({number, fault});
         }
         if (kind == LineKind::kOpener) {
-            inSection = true;
             database.sections.push_back({number, {}, lines.Begin(), lines.End()});
-        } else if (kind == LineKind::kCloser) {
-            if (inSection) {
-                database.sections.back().end = lines.End();
-            }
-            inSection = false;
+        } else if (kind == LineKind::kCloser && inSection) {
+            database.sections.back().end = lines.End();
         } else if (kind == LineKind::kEntry && fault == nullptr) {
             database.sections.back().entries.push_back(EntryOf(line, number));
         }
+        inSection = kind == LineKind::kOpener || (inSection && kind != LineKind::kCloser);
     }
     if (inSection) {
         database.problems.push_back({database.sections.back().line, "section is not closed"});
@@ -101,8 +118,6 @@ std::string ReadDatabaseText(const std::string& path) {
     return std::string(support::ReadWholeFile(path.c_str(), false).View());
 }
 
-Database ReadDatabase(const std::string& path) { return ScanDatabase(ReadDatabaseText(path)); }
-
 void RequireSound(const std::string& path, const Database& database) {
     if (!database.problems.empty()) {
         const Problem& first = database.problems.front();
@@ -113,7 +128,32 @@ void RequireSound(const std::string& path, const Database& database) {
 }
 
 Database RequireDatabase(const std::string& path) {
-    Database database = ReadDatabase(path);
+    Database database = ScanDatabase(ReadDatabaseText(path));
     RequireSound(path, database);
     return database;
+}
+
+std::string TextWith(const std::string& text, const Database& stored, const Sections& sections,
+                     bool replace) {
+    std::string whole = replace ? WithoutSections(text, stored.sections) : text;
+    std::string first;
+    std::string last;
+    for (const DatabaseSection& section : sections) {
+        (IsSwitches(section) ? first : last) += TextOf(section);
+    }
+    const bool isAppended = replace || stored.sections.empty();
+    const bool isOpen = !whole.empty() && whole.back() != '\n';  // the last line has no line end
+    if (isOpen && (isAppended || !last.empty())) {
+        whole += "\n";
+    }
+    return whole.insert(isAppended ? whole.size() : stored.sections.front().begin, first) + last;
+}
+
+void StoreDatabase(const std::string& before, const std::string& text) {
+    const std::string path = DatabasePath();
+    support::FileText loaded = support::ReadWholeFile(path.c_str(), true);
+    if (loaded.View() != before) {
+        throw Failure(ExitCode::kFailed, path + ": it was changed meanwhile");
+    }
+    support::ReplaceFile(path.c_str(), loaded.identity, {text});
 }

@@ -56,7 +56,6 @@ Database ScanDatabase(std::string_view text);
 /// is never half of one. Throws std::system_error when it cannot be read, and a Failure when it is
 /// larger than kLargestFile.
 std::string ReadDatabaseText(const std::string& path);
-Database ReadDatabase(const std::string& path);
 
 /// The same for a command that needs a sound database: throws a Failure at the first line that
 /// breaks the grammar.
@@ -64,3 +63,19 @@ Database RequireDatabase(const std::string& path);
 
 /// Throws a Failure at the first line that breaks the grammar, if there is one.
 void RequireSound(const std::string& path, const Database& database);
+
+/// @return a database's text with sections put into it: the agents' switches before the first
+/// section, all others after the last line.
+/// @param text the text as it is
+/// @param stored the same, taken apart
+/// @param replace whether the sections that are there go; comments between them stay
+std::string TextWith(const std::string& text, const Database& stored, const Sections& sections,
+                     bool replace);
+
+/// Replaces the text of the device's database, durably, with its owner and mode; makes a missing
+/// one. The caller holds the device's lock.
+/// @param before the text that the new one was made from; empty for a missing file
+///
+/// Throws std::system_error with the text "path: step: reason", and a Failure when the file holds
+/// another text by now.
+void StoreDatabase(const std::string& before, const std::string& text);
