@@ -196,6 +196,28 @@ TEST_F(Completion, ZshCompletesCommandsOptionsAndNames) {
               CompletedWords(Folder()));
 }
 
+TEST_F(Completion, ALineThatIsWholeIsNotRun) {
+    const std::string text = DatabaseText();
+    for (const Words& line : {Words{"delete", "office"}, Words{"-q", "unregister-all"},
+                              Words{"agents", "set", "master=off"}}) {
+        Words words = {"__complete", "words", "-C", Folder()};
+        words.insert(words.end(), line.begin(), line.end());
+        words.emplace_back();
+        EXPECT_EQ(RunBare(words).code, 0);
+        EXPECT_EQ(DatabaseText(), text);
+    }
+    EXPECT_EQ(RunBare({"__complete", "words", "-C", Folder(), "delete", "office", "my"}).out,
+              "my branch\tslave, user 2001\n");
+}
+
+TEST_F(Completion, WhatCouldPlayWithTheTerminalIsNotOffered) {
+    WriteDatabase(
+        "section {\ntrunk_name=a\x1b[2J\n}\nsection {\ntrunk_name=a\xe2\x80\xae\n}\n"
+        "section {\ntrunk_name=ab\nuser_name=\x1b[2J\n}\n");
+    EXPECT_EQ(RunBare({"__complete", "words", "-C", Folder(), "show", "a"}).out,
+              "ab\tslave, user \\x1b[2J\n");
+}
+
 TEST_F(Completion, FishOffersCommandsOptionsAndNames) {
     if (!Has("fish")) {
         GTEST_SKIP() << "fish is not there";

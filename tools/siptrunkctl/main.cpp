@@ -26,8 +26,8 @@ int Report(const Context& context, const Failure& failure) {
 }  // namespace
 
 int main(int count, char** words) {
-    (void)
-        support::OccupyStandardStreams();  // else the answer could end up in a file that is opened
+    // Otherwise a file that is opened could get the number of a closed stream, and the answer.
+    (void)support::OccupyStandardStreams();
     Context context;
     try {
         RunCommandLine(std::vector<std::string>(words + std::min(count, 1), words + count),

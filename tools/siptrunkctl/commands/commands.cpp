@@ -52,17 +52,17 @@ Candidates SlaveUsers() {
 }
 
 Command Command::Add(const char* name, const char* group, const char* summary,
-                     const std::string& footer, void (*run)(Context& context)) const {
+                     const std::string& footer, std::function<void(Context& context)> run) const {
     CLI::App* added = m_app->add_subcommand(name, summary);
     added->group(group);
     added->footer(footer + (footer.empty() ? "" : "\n\n") +
                   "The options of every command: siptrunkctl --help");
     added->require_subcommand(0, 1);  // a wrong or missing one has the better message
-    added->callback([added, run, context = m_context] {
+    added->callback([added, run = std::move(run), context = m_context] {
         if (!added->get_subcommands().empty()) {
             return;  // that one runs
         }
-        if (run == nullptr) {
+        if (!run) {
             throw CLI::RequiredError("a command");
         }
         run(*context);

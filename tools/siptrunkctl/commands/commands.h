@@ -51,7 +51,7 @@ class Command {
     /// @param footer what the summary leaves open, and examples
     /// @param run does it; null for a group, which needs one of its commands
     Command Add(const char* name, const char* group, const char* summary, const std::string& footer,
-                void (*run)(Context& context)) const;
+                std::function<void(Context& context)> run) const;
 
     Command& Flag(const char* name, bool& isGiven, const char* meaning);
     /// Adds an option with a value. When it is given twice the last counts, so what a shell's alias

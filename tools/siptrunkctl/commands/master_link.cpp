@@ -9,32 +9,25 @@ namespace {
 
 constexpr const char* kGroup = "Trunks to a master";
 
-TrunkRow RowOf(Library& library, const std::string& name) {
-    TrunkRow row;
-    row.name = name;
-    row.isToMaster = IsToMaster(RequireTrunk(library, name));
-    CSIPTrunkBase::SIPTrunkActivity activity = CSIPTrunkBase::TRUNK_NOT_FOUND;
-    (void)library.Checked(library.Config().GetSIPTrunkState(name, activity));
-    row.date = activity == CSIPTrunkBase::TRUNK_ACTIVE ? "yes" : "";
-    row.registration =
-        row.isToMaster && library.Checked(library.Config().GetStateOfTrunkToMaster(name));
-    return row;
+Record RecordOf(const TrunkRow& row) {
+    return {{"name", row.name},
+            {"type", row.Type()},
+            {"active", State{row.IsActive()}},
+            {"registration", row.isToMaster ? Value(Switch{row.registration}) : Value()},
+            {"note", TextIf(!row.oddity.empty(), row.oddity), Rank::kRest}};
 }
 
 void Status(Context& context) {
     const std::vector<std::string>& name = context.given.words;
     const std::string& type = context.given.type;
     std::vector<Record> records;
-    for (const TrunkRow& row :
-         name.empty() ? ReadTrunkRows() : std::vector{RowOf(context.library, name.front())}) {
-        if (!name.empty() || type == "all" || type == row.Type()) {
-            records.push_back(
-                {{"name", row.name},
-                 {"type", row.Type()},
-                 {"active", State{row.IsActive()}},
-                 {"registration", row.isToMaster ? Value(Switch{row.registration}) : Value()},
-                 {"note", TextIf(!row.oddity.empty(), row.oddity), Rank::kRest}});
+    for (const TrunkRow& row : ReadTrunkRows()) {
+        if (name.empty() ? type == "all" || type == row.Type() : name.front() == row.name) {
+            records.push_back(RecordOf(row));
         }
+    }
+    if (!name.empty() && records.empty()) {
+        (void)RequireTrunk(context.library, name.front());
     }
     HideEmptyNotes(records);
     if (name.empty()) {

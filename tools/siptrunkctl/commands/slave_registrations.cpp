@@ -36,14 +36,26 @@ void List(Context& context) {
     context.output.PrintList(records, "slave");
 }
 
-/// What a command does with the registration of a slave.
+/// A command that changes the registration of one slave.
 struct Step {
+    const char* name;
+    const char* summary;
+    const char* example;
     const char* action;
     bool hasAddress;       ///< whether it stores one
     bool needsRegistered;  ///< renewing what is not there would leave one without an address
-    const char* otherwise;
     bool (*run)(CSIPTrunkConfig& config, const Registration& registration);
 };
+
+constexpr Step kSteps[] = {
+    {"register", "register a slave at this device", "2001 198.51.100.7 5060", "registered", true,
+     false, [](auto& config, const auto& slave) { return config.SetRegisterParam(slave, false); }},
+    {"refresh", "renew the time of a slave's registration", "2001", "refreshed", false, true,
+     [](auto& config, const auto& slave) { return config.SetRegisterParam(slave, true); }},
+    {"move", "change a registered slave's address", "2001 198.51.100.8 5062", "moved", true, true,
+     [](auto& config, const auto& slave) { return config.ChangeRegisterParam(slave, slave); }},
+    {"unregister", "remove a slave's registration", "2001", "unregistered", false, false,
+     [](auto& config, const auto& slave) { return config.SetUnregisterParam(slave); }}};
 
 void Run(Context& context, const Step& step) {
     const Arguments& given = context.given;
@@ -62,41 +74,14 @@ void Run(Context& context, const Step& step) {
     registration.slave_ip = given.ip;
     registration.slave_port = given.port;
     const ChangeNotice notice;
-    context.library.Require(step.run(context.library.Config(), registration), step.otherwise);
+    context.library.Require(step.run(context.library.Config(), registration),
+                            "the registration was not changed");
     context.output.Confirm(
         std::string(step.action) + " slave " + Quoted(given.user) +
             (step.hasAddress ? ": " + Printable(given.ip) + " port " + given.port : ""),
         notice.Answer(step.action, {{"user", given.user},
                                     {"ip", TextIf(step.hasAddress, given.ip)},
                                     {"port", TextIf(step.hasAddress, given.port)}}));
-}
-
-void Register(Context& context) {
-    Run(context, {"registered", true, false, "the registration was not stored",
-                  [](CSIPTrunkConfig& config, const Registration& registration) {
-                      return config.SetRegisterParam(registration, false);
-                  }});
-}
-
-void Refresh(Context& context) {
-    Run(context, {"refreshed", false, true, "the registration was not stored",
-                  [](CSIPTrunkConfig& config, const Registration& registration) {
-                      return config.SetRegisterParam(registration, true);
-                  }});
-}
-
-void Move(Context& context) {
-    Run(context, {"moved", true, true, "the registration was not stored",
-                  [](CSIPTrunkConfig& config, const Registration& registration) {
-                      return config.ChangeRegisterParam(registration, registration);
-                  }});
-}
-
-void Unregister(Context& context) {
-    Run(context, {"unregistered", false, false, "the registration was not removed",
-                  [](CSIPTrunkConfig& config, const Registration& registration) {
-                      return config.SetUnregisterParam(registration);
-                  }});
 }
 
 void AccountsMaster(Context& context) {
@@ -158,22 +143,16 @@ void AddSlaveRegistrations(const Command& root) {
                  "registrations of slaves: list, register, refresh, move, unregister", "", nullptr);
     slave.Add("list", "Commands", "list the registered slaves",
               "Example:\n  siptrunkctl slave list", List);
-    const auto add = [&](const char* name, const char* summary, const std::string& words,
-                         void (*run)(Context & context)) {
-        return slave
-            .Add(name, "Commands", summary,
-                 std::string("Example:\n  siptrunkctl slave ") + name + " " + words, run)
-            .Word("USER", root.Given().user, "the slave's account", SlaveUsers());
-    };
-    const auto addWithAddress = [&](Command command) {
-        command.Word("IP", root.Given().ip, "its address")
-            .Word("PORT", root.Given().port, "its port");
-    };
-    addWithAddress(
-        add("register", "register a slave at this device", "2001 198.51.100.7 5060", Register));
-    add("refresh", "renew the time of a slave's registration", "2001", Refresh);
-    addWithAddress(
-        add("move", "change a registered slave's address", "2001 198.51.100.8 5062", Move));
-    add("unregister", "remove a slave's registration", "2001", Unregister);
+    for (const Step& step : kSteps) {
+        Command command = slave.Add(
+            step.name, "Commands", step.summary,
+            std::string("Example:\n  siptrunkctl slave ") + step.name + " " + step.example,
+            [&step](Context& context) { Run(context, step); });
+        command.Word("USER", root.Given().user, "the slave's account", SlaveUsers());
+        if (step.hasAddress) {
+            command.Word("IP", root.Given().ip, "its address")
+                .Word("PORT", root.Given().port, "its port");
+        }
+    }
     AddAccounts(root);
 }

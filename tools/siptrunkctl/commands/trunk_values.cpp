@@ -1,7 +1,6 @@
 #include "tools/siptrunkctl/commands/trunk_values.h"
 
 #include <algorithm>
-#include <iterator>
 
 #include "src/foundation/key_table.h"
 #include "tools/siptrunkctl/file/check.h"
@@ -34,40 +33,29 @@ void CheckSwitch(const std::string& what, const std::string& value) {
                        "--password-file or --ask-password");
 }
 
-struct KeyName {
-    const char* name;
-    const char* key;  ///< the word that people use for it
+struct Setting {
+    std::vector<std::string> names;  ///< the tool's own word first, then the database's keys
     void (*check)(const std::string& what, const std::string& value);
 };
 
-// The tool's own words and, for those who know the file, the database's keys.
-constexpr KeyName kKeyNames[] = {{"type", "type", CheckType},
-                                 {key::kTrunkType, "type", CheckType},
-                                 {"user", "user", CheckValue},
-                                 {key::kUserName, "user", CheckValue},
-                                 {"ip", "ip", CheckAddress},
-                                 {key::kMasterIp, "ip", CheckAddress},
-                                 {key::kSlaveIp, "ip", CheckAddress},
-                                 {"port", "port", CheckPort},
-                                 {key::kMasterPort, "port", CheckPort},
-                                 {key::kSlavePort, "port", CheckPort},
-                                 {"registration", "registration", CheckSwitch},
-                                 {key::kRegistrationStatus, "registration", CheckSwitch},
-                                 {key::kSymNat, "sym_nat", CheckSwitch},
-                                 {"name", "", RefuseName},
-                                 {key::kTrunkName, "", RefuseName},
-                                 {key::kPassword, "", RefusePassword},
-                                 {key::kChangedPassword, "", RefusePassword}};
-
-const KeyName& Find(const std::string& name) {
-    std::vector<std::string> names;
-    for (const KeyName& known : kKeyNames) {
-        if (name == known.name) {
-            return known;
+const Setting& FindSetting(const std::string& name) {
+    static const std::vector<Setting> settings = {
+        {{"type", key::kTrunkType}, CheckType},
+        {{"user", key::kUserName}, CheckValue},
+        {{"ip", key::kMasterIp, key::kSlaveIp}, CheckAddress},
+        {{"port", key::kMasterPort, key::kSlavePort}, CheckPort},
+        {{"registration", key::kRegistrationStatus}, CheckSwitch},
+        {{key::kSymNat}, CheckSwitch},
+        {{"name", key::kTrunkName}, RefuseName},
+        {{key::kPassword, key::kChangedPassword}, RefusePassword}};
+    std::vector<std::string> known;
+    for (const Setting& setting : settings) {
+        if (std::find(setting.names.begin(), setting.names.end(), name) != setting.names.end()) {
+            return setting;
         }
-        names.emplace_back(known.name);
+        known.insert(known.end(), setting.names.begin(), setting.names.end());
     }
-    const std::string meant = DidYouMean(name, names);
+    const std::string meant = DidYouMean(name, known);
     throw UsageFailure(
         "unknown key " + Quoted(name) +
         (meant.empty() ? "; the keys are type, user, ip, port, registration, sym_nat" : meant));
@@ -150,9 +138,9 @@ TrunkValues ReadTrunkValues(const std::vector<std::string>& words) {
         }
         const std::string what = word.substr(0, separator + 1);
         const std::string value = word.substr(separator + 1);
-        const KeyName& known = Find(word.substr(0, separator));
-        known.check(what, value);
-        if (!values.emplace(known.key, value).second) {
+        const Setting& setting = FindSetting(word.substr(0, separator));
+        setting.check(what, value);
+        if (!values.emplace(setting.names.front(), value).second) {
             throw UsageFailure(what + " is given twice");
         }
     }

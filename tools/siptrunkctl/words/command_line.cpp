@@ -35,12 +35,10 @@ std::string PathOf(const CLI::App* app) {
 
 std::string More(const CLI::App* app) { return "; \"" + PathOf(app) + " --help\" tells more"; }
 
-// The last command that was given; the program itself when there was none.
-const CLI::App* Chosen(const CLI::App* app) {
-    while (!app->get_subcommands().empty()) {
-        app = app->get_subcommands().front();
-    }
-    return app;
+const CLI::App* FindCommand(const CLI::App& app, const std::string& name) {
+    const std::vector<const CLI::App*> found =
+        app.get_subcommands([&](const CLI::App* command) { return command->get_name() == name; });
+    return found.empty() ? nullptr : found.front();
 }
 
 std::string SecondsFault(const std::string& given) {
@@ -90,7 +88,7 @@ std::string SecondsFault(const std::string& given) {
 // Says what is wrong with a word that nothing takes.
 [[noreturn]] void ThrowExtra(const CLI::App& root, const std::vector<std::string>& words) {
     const std::string extra = root.remaining().front();  // all falls through to it
-    const CLI::App* app = Chosen(&root);
+    const CLI::App* app = ChosenOf(root);
     if (!extra.empty() && extra.front() == '-') {
         ThrowNoOption(app, extra);
     }
@@ -209,19 +207,19 @@ void RunCommandLine(const std::vector<std::string>& words, Context& context) {
     CandidatesOf candidates;
     Define(app, context, candidates);
     if (!words.empty() && words.front() == kCompleteCommand) {
-        Complete(app, candidates, context.output, {words.begin() + 1, words.end()});
+        Complete(app, candidates, context, {words.begin() + 1, words.end()});
         return;
     }
     try {
         app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
     } catch (const CLI::CallForHelp&) {
-        PrintHelp(Chosen(&app), context);
+        PrintHelp(ChosenOf(app), context);
     } catch (const CLI::CallForVersion&) {
         PrintVersion(context);
     } catch (const CLI::ParseError& error) {
         if (!app.remaining().empty()) {
             ThrowExtra(app, words);  // which is perhaps what is missing, misspelled
         }
-        throw UsageFailure(std::string(error.what()) + More(Chosen(&app)));
+        throw UsageFailure(std::string(error.what()) + More(ChosenOf(app)));
     }
 }

@@ -4,66 +4,111 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "support/printable_text.h"
 #include "tools/siptrunkctl/device/cause.h"
-#include "tools/siptrunkctl/words/shell_words.h"
+#include "tools/siptrunkctl/view/text.h"
 
 namespace {
 
-/// Follows the words of a command line up to the one that is to be completed.
-class Follower {
-  public:
-    Follower(const CLI::App& root, const CandidatesOf& candidates)
-        : m_candidates(candidates), m_app(&root) {}
+/// A word of a command line, as bash reads it.
+struct Word {
+    std::string text;   ///< what it means
+    std::string typed;  ///< with its quotation marks and backslashes
+};
 
-    void Take(const std::string& word) {
-        if (m_wanting != nullptr) {
-            TakeValue(*m_wanting, word);
-            m_wanting = nullptr;
-        } else if (IsOption(word)) {
-            const std::size_t separator = word.find('=');
-            const CLI::Option* option = FindOption(word.substr(0, separator));
-            if (option != nullptr && separator != std::string::npos) {
-                TakeValue(*option, word.substr(separator + 1));
-            } else if (option != nullptr && option->get_items_expected_max() > 0) {
-                m_wanting = option;
+// Takes a line apart. The last word is the one that ends at the line's end; it may be empty, and
+// its quotation mark need not be closed.
+std::vector<Word> SplitLine(const std::string& line) {
+    std::vector<Word> words(1);
+    char quote = '\0';
+    for (std::size_t i = 0; i < line.size(); ++i) {
+        const char byte = line[i];
+        if (quote == '\0' && (byte == ' ' || byte == '\t')) {
+            if (!words.back().typed.empty()) {
+                words.emplace_back();
             }
-            m_onlyWords = word == "--";
-        } else if (const auto* next = m_given == 0 ? FindCommand(*m_app, word) : nullptr) {
-            m_app = next;
+            continue;
+        }
+        words.back().typed += byte;
+        if (byte == quote) {
+            quote = '\0';
+        } else if (quote == '\0' && (byte == '"' || byte == '\'')) {
+            quote = byte;
+        } else if (byte == '\\' && quote != '\'' && i + 1 < line.size()) {
+            words.back().typed += line[++i];
+            words.back().text += line[i];
         } else {
-            ++m_given;
+            words.back().text += byte;
+        }
+    }
+    return words;
+}
+
+// Returns a text in the quotation that was begun with what was typed, without the part that bash
+// keeps: up to the last character at which it breaks words.
+std::string ForBash(const std::string& text, const std::string& typed) {
+    const bool isQuoted = !typed.empty() && (typed.front() == '"' || typed.front() == '\'');
+    std::string quoted;
+    for (const char byte : text) {
+        const bool isSpecial =
+            std::string(" \t'\"\\$`!&|;<>()*?[]{}#~").find(byte) != std::string::npos;
+        quoted += (isSpecial && !isQuoted ? "\\" : "") + std::string(1, byte);
+    }
+    // Both the text and what was typed begin with it.
+    return quoted.substr(isQuoted ? 0 : typed.find_last_of("=:") + 1);
+}
+
+/// The place of the cursor on a command line.
+class Cursor {
+  public:
+    // words  those before it
+    Cursor(CLI::App& app, const CandidatesOf& candidates, std::vector<std::string> words)
+        : m_app(app),
+          m_candidates(candidates),
+          m_onlyWords(std::find(words.begin(), words.end(), "--") != words.end()) {
+        Read(words);
+        if (!words.empty() && IsOption(words.back())) {
+            m_wanting = FindOption(words.back());
+        }
+        if (m_wanting != nullptr && m_wanting->get_items_expected_max() == 0) {
+            m_wanting = nullptr;  // it is a flag
+        } else if (m_wanting != nullptr) {
+            words.pop_back();
+            Read(words);  // now no value is missing
         }
     }
 
     std::vector<Candidate> Offer(const std::string& typed) const {
         if (m_wanting != nullptr) {
-            return OfferValues(m_wanting, "");
+            return Values(m_wanting, "");
         }
-        if (!IsOption(typed + "?")) {
-            return OfferWords();
+        if (!IsOption(typed)) {
+            return Words();
         }
         const std::size_t separator = typed.find('=');
-        return separator == std::string::npos ? OfferOptions()
-                                              : OfferValues(FindOption(typed.substr(0, separator)),
-                                                            typed.substr(0, separator + 1));
+        return separator == std::string::npos
+                   ? Options()
+                   : Values(FindOption(typed.substr(0, separator)), typed.substr(0, separator + 1));
     }
 
   private:
-    bool IsOption(const std::string& word) const {
-        return !m_onlyWords && word.size() > 1 && word.front() == '-';
+    // Lets CLI11 read words, as far as that goes: the line is not whole yet. Nothing runs.
+    void Read(const std::vector<std::string>& words) const {
+        m_app.parse_complete_callback([] { throw CLI::Success(); });
+        try {
+            m_app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
+        } catch (const CLI::Error&) {
+            return;
+        }
     }
 
-    static void TakeValue(const CLI::Option& option, const std::string& value) {
-        if (option.check_name("--config-dir")) {
-            const char* home = std::getenv("HOME");
-            const bool isAtHome = value.compare(0, 2, "~/") == 0 && home != nullptr;
-            UseDirectory(isAtHome ? home + value.substr(1) : value);
-        }
+    bool IsOption(const std::string& word) const {
+        return !m_onlyWords && !word.empty() && word.front() == '-';
     }
 
     const CLI::Option* FindOption(const std::string& name) const {
         const CLI::Option* option = nullptr;
-        for (const CLI::App* app = m_app; app != nullptr && option == nullptr;
+        for (const CLI::App* app = ChosenOf(m_app); app != nullptr && option == nullptr;
              app = app->get_parent()) {
             option = app->get_option_no_throw(name);
         }
@@ -71,66 +116,64 @@ class Follower {
     }
 
     // before  what stands before each candidate
-    std::vector<Candidate> OfferValues(const CLI::Option* option, const std::string& before) const {
+    std::vector<Candidate> Values(const CLI::Option* option, const std::string& before) const {
         const auto known = m_candidates.find(option);
-        std::vector<Candidate> candidates;
+        std::vector<Candidate> values;
         if (known != m_candidates.end()) {
-            candidates = known->second();
+            values = known->second();
         }
-        for (Candidate& candidate : candidates) {
-            candidate.text = (candidate.text.front() == ':' ? "" : before) + candidate.text;
+        for (Candidate& value : values) {
+            value.text = (value.text.front() == ':' ? "" : before) + value.text;
         }
-        return candidates;
+        return values;
     }
 
-    std::vector<Candidate> OfferOptions() const {
-        std::vector<Candidate> candidates;
-        for (const CLI::App* app = m_app; app != nullptr; app = app->get_parent()) {
+    std::vector<Candidate> Options() const {
+        std::vector<Candidate> options;
+        for (const CLI::App* app = ChosenOf(m_app); app != nullptr; app = app->get_parent()) {
             for (const CLI::Option* option : app->get_options()) {
                 for (const std::string& name : option->get_lnames()) {
-                    if (app == m_app || name != "help") {
-                        candidates.push_back({"--" + name, option->get_description()});
+                    if (app->get_subcommands().empty() || name != "help") {
+                        options.push_back({"--" + name, option->get_description()});
                     }
                 }
             }
         }
-        return candidates;
+        return options;
     }
 
-    std::vector<Candidate> OfferWords() const {
-        std::vector<Candidate> candidates;
-        if (m_given == 0) {
-            candidates = CommandsOf(*m_app);
+    // The commands below the one that was given, and what may be its next word.
+    std::vector<Candidate> Words() const {
+        std::size_t given = m_app.remaining().size();
+        const CLI::Option* next = nullptr;
+        for (const CLI::Option* option : ChosenOf(m_app)->get_options()) {
+            given += option->get_positional() ? option->count() : 0;
+            const bool takesMore = option->count() == 0 || option->get_expected_max() > 1;
+            next = next == nullptr && option->get_positional() && takesMore ? option : next;
         }
-        const std::vector<const CLI::Option*> words =
-            m_app->get_options([](const CLI::Option* word) { return word->get_positional(); });
-        if (!words.empty() && (m_given < words.size() || words.back()->get_expected_max() > 1)) {
-            const std::vector<Candidate> more =
-                OfferValues(words[std::min(m_given, words.size() - 1)], "");
-            candidates.insert(candidates.end(), more.begin(), more.end());
+        std::vector<Candidate> words;
+        if (given == 0) {
+            words = CommandsOf(*ChosenOf(m_app));
         }
-        return candidates;
+        const std::vector<Candidate> more = Values(next, "");
+        words.insert(words.end(), more.begin(), more.end());
+        return words;
     }
 
+    CLI::App& m_app;
     const CandidatesOf& m_candidates;
-    const CLI::App* m_app;
+    bool m_onlyWords;                        // after "--"
     const CLI::Option* m_wanting = nullptr;  // its value comes next
-    std::size_t m_given = 0;                 // words after the command
-    bool m_onlyWords = false;                // after "--"
 };
 
-// A text that would break the lines cannot be offered.
-bool IsPlain(const std::string& text) {
-    return !text.empty() && std::none_of(text.begin(), text.end(), [](char byte) {
-        return static_cast<unsigned char>(byte) < ' ' || byte == '\x7f';
-    });
-}
-
-std::string OneLine(std::string text) {
-    std::replace_if(
-        text.begin(), text.end(), [](char byte) { return static_cast<unsigned char>(byte) < ' '; },
-        ' ');
-    return text;
+// Makes the directory of -C the one that is looked into; shells leave the "~" to the tool here.
+void UseTypedDirectory(const std::string& directory) {
+    const char* home = std::getenv("HOME");
+    if (directory.compare(0, 2, "~/") == 0 && home != nullptr) {
+        UseDirectory(home + directory.substr(1));
+    } else if (!directory.empty()) {
+        UseDirectory(directory);
+    }
 }
 
 }  // namespace
@@ -143,38 +186,40 @@ std::vector<Candidate> CommandsOf(const CLI::App& app) {
     return commands;
 }
 
-const CLI::App* FindCommand(const CLI::App& app, const std::string& name) {
-    const std::vector<const CLI::App*> found =
-        app.get_subcommands([&](const CLI::App* command) { return command->get_name() == name; });
-    return found.empty() ? nullptr : found.front();
+const CLI::App* ChosenOf(const CLI::App& app) {
+    const CLI::App* chosen = &app;
+    while (!chosen->get_subcommands().empty()) {
+        chosen = chosen->get_subcommands().front();
+    }
+    return chosen;
 }
 
-void Complete(const CLI::App& root, const CandidatesOf& candidates, Output& output,
+void Complete(CLI::App& app, const CandidatesOf& candidates, Context& context,
               const std::vector<std::string>& words) {
     if (words.size() < 2) {
         return;
     }
     const bool isBash = words.front() == "bash";
-    std::vector<ShellWord> line;
-    if (isBash) {
-        line = SplitLine(words[1]);
-    } else {
-        for (const std::string& word : words) {
-            line.push_back({word, word});
-        }
+    std::vector<Word> line = isBash ? SplitLine(words[1]) : std::vector<Word>();
+    for (std::size_t i = 0; !isBash && i < words.size(); ++i) {
+        line.push_back({words[i], words[i]});
     }
-    Follower follower(root, candidates);
+    std::vector<std::string> before;
     for (std::size_t i = 1; i + 1 < line.size(); ++i) {
-        follower.Take(line[i].text);
+        before.push_back(line[i].text);
     }
-    const ShellWord& last = line.back();
-    for (const Candidate& candidate : follower.Offer(last.text)) {
-        const bool isMark = candidate.text == kFiles || candidate.text == kFolders;
-        if (isMark) {
-            output.PrintText(candidate.text + "\n");
-        } else if (IsPlain(candidate.text) && candidate.text.rfind(last.text, 0) == 0) {
-            output.PrintText(isBash ? ForBash(candidate.text, last.typed) : candidate.text);
-            output.PrintText("\t" + OneLine(candidate.description) + "\n");
+    const Cursor cursor(app, candidates, before);
+    UseTypedDirectory(context.given.configDir);
+    const Word& last = line.back();
+    // What could play with the terminal, or break the lines, is not offered.
+    for (const Candidate& candidate : cursor.Offer(last.text)) {
+        if (candidate.text == kFiles || candidate.text == kFolders) {
+            context.output.PrintText(candidate.text + "\n");
+        } else if (!candidate.text.empty() &&
+                   support::PrintableLine(candidate.text) == candidate.text &&
+                   candidate.text.rfind(last.text, 0) == 0) {
+            context.output.PrintText(isBash ? ForBash(candidate.text, last.typed) : candidate.text);
+            context.output.PrintText("\t" + Printable(candidate.description) + "\n");
         }
     }
 }

@@ -8,13 +8,14 @@ constexpr const char* kCompleteCommand = "__complete";
 /// Returns the commands right below the tool or a command.
 std::vector<Candidate> CommandsOf(const CLI::App& app);
 
-/// Returns the one of these with the name; null when there is none.
-const CLI::App* FindCommand(const CLI::App& app, const std::string& name);
+/// Returns the last command that was given; the tool itself when there was none.
+const CLI::App* ChosenOf(const CLI::App& app);
 
 /// Prints what may stand at the place of the cursor, one candidate to a line: the text, a tab, and
 /// what it is. ":files" and ":folders" leave it to the shell.
+/// @param context what the tool's options say goes there
 /// @param words "words" and the command line's words up to the cursor, without quotation marks; or
 /// "bash" and the line up to the cursor as it was typed. The candidates for bash have its quotation
 /// marks, and lack what stands before the last place at which it breaks words.
-void Complete(const CLI::App& root, const CandidatesOf& candidates, Output& output,
+void Complete(CLI::App& app, const CandidatesOf& candidates, Context& context,
               const std::vector<std::string>& words);
