@@ -1,28 +1,15 @@
 # What the emulated device is made of. Sourced by script/device; all goes to the folder `work`.
 
+source tests/device/armhf.sh
+
 kDebian=$work/debian           # Debian's packages, and what is in them
 kSystem=$kDebian/system
 kLibraries=lib/arm-linux-gnueabihf
 
-# Debian's packages for the device, by a state of apt's of its own: the machine that this runs on
-# does not get to know the other architecture.
+# Debian's packages for the device.
 Download() {
     [[ ! -e $kDebian/complete ]] || return 0
-    rm -rf "$kDebian"
-    mkdir -p "$kDebian"/{lists,archives}/partial
-    touch "$kDebian/status"
-    cat >"$kDebian/apt.conf" <<END
-APT::Architecture "armhf";
-APT::Architectures { "armhf"; };
-APT::Sandbox::User "";
-Acquire::Languages "none";
-Dir::State "$kDebian";
-Dir::State::status "$kDebian/status";
-Dir::Cache "$kDebian";
-END
-    export APT_CONFIG=$kDebian/apt.conf
-    # A source that has nothing for the device is no failure, as long as the packages are found.
-    apt-get update -q || true
+    UseArmhf "$kDebian"
     local kernel package
     kernel=$(apt-cache depends linux-image-armmp | awk '$1 == "Depends:" { print $2; exit }')
     (cd "$kDebian" && apt-get download -q "${kernel:-linux-image-armmp}" busybox-static libc6 \
@@ -87,7 +74,7 @@ BuildInitramfs() {
     cp "$kSystem"/boot/vmlinuz-* "$work/kernel"
 }
 
-# Blocks of 4 KiB as on devices: ext4 keeps no access list that is longer than a block.
+# Blocks of 4 KiB, as on devices.
 MakeDisks() {
     rm -f "$work"/*.image
     truncate -s 64M "$work"/{ext4,f2fs}.image

@@ -14,7 +14,7 @@ harmless='free|bcmp|mem(chr|cmp|cpy|move|set)|str(chr|cmp|ftime|len|spn|tol)|v?s
 |is(alnum|digit|lower|upper)|__ctype_b_loc|getenv|geteuid|getpid|syscall|abort|(__)?clock_gettime(64)?
 |localtime_r|__localtime64_r|tzset|pthread_(mutex_lock|mutex_unlock|setcancelstate)|__(mem|str).*_chk'
 # What compilers and sanitizers add.
-compiler='_GLOBAL_OFFSET_TABLE_|_gp_disp|_Unwind_.*|__aarch64_.*|__(cxa|gxx|errno|stack_chk|aeabi|asan|tsan|ubsan|sanitizer
+compiler='_GLOBAL_OFFSET_TABLE_|_gp_disp|_Unwind_.*|__aarch64_.*|__u?(div|mod)di3|__sync_.*|__(cxa|gxx|errno|stack_chk|aeabi|asan|tsan|ubsan|sanitizer
 |sancov|gcov|llvm|dso_handle|tls_get_addr|start___sancov|stop___sancov).*|_Z.*'
 known=$(printf '%s|%s' "$harmless" "$compiler" | tr -d '\n')
 

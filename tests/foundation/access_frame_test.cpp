@@ -11,6 +11,7 @@
 
 #include "tests/fixture/device_fixture.h"
 #include "tests/fixture/failing_calls.h"
+#include "tests/fixture/failure_text.h"
 
 using namespace raiklaik;
 
@@ -133,7 +134,7 @@ TEST_F(AccessFrameTest, ALockThatIsRefusedIsAFailureWithoutWorkAndWithoutRelease
     EXPECT_FALSE(result);
     EXPECT_FALSE(hasWorked);
     EXPECT_EQ(refused.Count(), 1);
-    EXPECT_EQ(NewLogText(), "ERROR: lock 43:/bin/ls: take: Cannot allocate memory \n");
+    EXPECT_EQ(NewLogText(), "ERROR: lock 43:/bin/ls: take: " + ErrorText(ENOMEM) + " \n");
 }
 
 // What a cancelled thread has done.

@@ -88,6 +88,9 @@ std::string TimeZoneWithLeapSecond(std::uint32_t leapSecond) {
 }
 
 TEST_F(LocalDateTimeTest, ALeapSecondIsSecond60) {
+#ifndef __GLIBC__
+    GTEST_SKIP() << "this C library knows no leap seconds";
+#endif
     WriteFile(File("zone"), TimeZoneWithLeapSecond(1483228800));
     const EnvironmentValue zone("TZ", (":" + File("zone")).c_str());
     {

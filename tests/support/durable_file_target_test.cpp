@@ -263,7 +263,7 @@ TEST_F(DurableFileTest, ANameThatLeavesNoRoomForATemporaryOneIsRefused) {
     const std::string longer = longest + "n";
     WriteFile(longer, "old");
     EXPECT_EQ(FailureOf([&] { ReplaceText(longer, {"new"}); }),
-              longer + ": create temporary file: File name too long");
+              longer + ": create temporary file: " + ErrorText(ENAMETOOLONG));
     EXPECT_EQ(ReadFile(longer), "old");
 }
 

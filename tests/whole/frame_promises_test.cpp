@@ -11,6 +11,7 @@
 
 #include "tests/fixture/device_fixture.h"
 #include "tests/fixture/failing_calls.h"
+#include "tests/fixture/failure_text.h"
 #include "tests/fixture/operation_table.h"
 
 namespace {
@@ -160,7 +161,7 @@ TEST_F(FramePromisesTest, AFileThatCannotBeReadIsAFailureAndStaysAsItIs) {
         }
         {
             const FailingCall failing(Call::kRead, EIO);
-            ExpectFailure(operation, path + ": read: Input/output error");
+            ExpectFailure(operation, path + ": read: " + ErrorText(EIO));
         }
         EXPECT_EQ(ReadFile(path), text);
     });
@@ -194,7 +195,7 @@ TEST_F(FramePromisesTest, ALockThatIsRefusedIsAFailureBehindTheProgressLineAndBe
         EXPECT_EQ(opened.Count(), 0);
         EXPECT_EQ(refused.Count(), 1);  // what was not taken is not released
         EXPECT_EQ(NewLogText(), std::string(operation.progress) +
-                                    "ERROR: lock 43:/bin/ls: take: Cannot allocate memory \n");
+                                    ("ERROR: lock 43:/bin/ls: take: " + ErrorText(ENOMEM) + " \n"));
     });
 }
 
