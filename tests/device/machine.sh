@@ -3,7 +3,7 @@
 
 machine=      # the emulator's process
 line=         # what the machine reported last
-kSilence=300  # seconds; a machine that reports nothing for so long hangs
+kSilence=600  # seconds; a machine that reports nothing for so long hangs, on a busy host too
 
 # One disk's options. When the kernel flushes the disk, the emulator flushes the image.
 Disk() {

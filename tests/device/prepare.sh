@@ -23,7 +23,7 @@ Download() {
 BuildPrograms() {
     script/package armhf
     cmake --preset arm --log-level=WARNING
-    cmake --build --preset arm --target raiklaik_tests device_saves
+    cmake --build --preset arm --target raiklaik_tests device_saves device_clock
 }
 
 # Copies a module of the kernel, and those that it depends on, into a folder.
@@ -63,7 +63,7 @@ BuildInitramfs() {
     for program in build/packages/{raiklaik1,siptrunkctl}_*_armhf.deb; do
         dpkg-deb -x "$program" "$root"
     done
-    for program in raiklaik_tests device_saves; do
+    for program in raiklaik_tests device_saves device_clock; do
         arm-linux-gnueabihf-strip -o "$root/device/$program" "build/arm/tests/$program"
     done
     AddModules "$root"

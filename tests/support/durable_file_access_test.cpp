@@ -2,8 +2,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <ctime>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "tests/fixture/child_process.h"
@@ -82,7 +84,12 @@ TEST_F(DurableFileTest, ALongListIsKeptWhole) {
     entries.insert(entries.end(), {{Entry::kGroup, 0}, {Entry::kLimit, 4}, {Entry::kOthers, 0}});
     const std::string list = AccessList(entries);
     WriteFile(m_path, "old");
-    ASSERT_TRUE(GiveList(m_path, list));
+    try {
+        ASSERT_TRUE(GiveList(m_path, list));
+    } catch (const std::system_error& failure) {
+        ASSERT_EQ(failure.code().value(), ENOSPC) << failure.what();
+        GTEST_SKIP() << "the blocks are too small for a long list here, as ext4's of 1 KiB";
+    }
     Replace();
     EXPECT_EQ(ListOf(m_path), list);
 }
