@@ -5,7 +5,6 @@
 #include <cctype>
 #include <cerrno>
 #include <cstdlib>
-#include <string_view>
 #include <system_error>
 
 #include "src/foundation/paths.h"
@@ -14,16 +13,14 @@ using namespace raiklaik;
 
 namespace {
 
-bool EndsWith(std::string_view text, std::string_view ending) {
-    return text.size() >= ending.size() && text.substr(text.size() - ending.size()) == ending;
-}
-
-bool BeginsWith(std::string_view text, std::string_view beginning) {
-    return text.substr(0, beginning.size()) == beginning;
+bool BeginsWith(const std::string& text, const std::string& beginning) {
+    return text.compare(0, beginning.size(), beginning) == 0;
 }
 
 bool HasReason(const std::string& cause, int error) {
-    return EndsWith(cause, ": " + std::generic_category().message(error));
+    const std::string ending = ": " + std::generic_category().message(error);
+    return cause.size() >= ending.size() &&
+           cause.compare(cause.size() - ending.size(), ending.size(), ending) == 0;
 }
 
 // "PATH:LINE: reason" of the database.

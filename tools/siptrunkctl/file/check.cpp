@@ -3,45 +3,24 @@
 #include <arpa/inet.h>
 
 #include <algorithm>
-#include <cctype>
 #include <initializer_list>
 #include <string_view>
 #include <unordered_map>
 
 #include "src/foundation/key_table.h"
+#include "tools/siptrunkctl/view/clock.h"
 #include "tools/siptrunkctl/view/text.h"
 
 using namespace raiklaik;
 
 namespace {
 
-bool IsDigit(char byte) { return std::isdigit(static_cast<unsigned char>(byte)) != 0; }
-
-// A letter of `pattern` is itself, except 9, which is any digit.
-bool HasPattern(const std::string& text, std::string_view pattern) {
-    return text.size() == pattern.size() &&
-           std::equal(text.begin(), text.end(), pattern.begin(), [](char byte, char wanted) {
-               return wanted == '9' ? IsDigit(byte) : byte == wanted;
-           });
-}
-
-// Returns whether the two digits at a place of `text` are a number in these limits.
-bool IsWithin(const std::string& text, std::size_t place, int least, int most) {
-    const int number = (text[place] - '0') * 10 + text[place + 1] - '0';
-    return number >= least && number <= most;
-}
-
 const char* DateFault(const std::string& text) {
-    return HasPattern(text, "99/99/9999") && IsWithin(text, 0, 1, 12) && IsWithin(text, 3, 1, 31)
-               ? nullptr
-               : "is not a date MM/DD/YYYY";
+    return IsoTime(text, "00:00:00") ? nullptr : "is not a date MM/DD/YYYY";
 }
 
 const char* TimeFault(const std::string& text) {
-    return HasPattern(text, "99:99:99") && IsWithin(text, 0, 0, 23) && IsWithin(text, 3, 0, 59) &&
-                   IsWithin(text, 6, 0, 60)  // a leap second
-               ? nullptr
-               : "is not a time HH:MM:SS";
+    return IsoTime("01/01/2000", text) ? nullptr : "is not a time HH:MM:SS";
 }
 
 const char* FlagFault(const std::string& value) {
@@ -168,8 +147,8 @@ class Check {
 }  // namespace
 
 const char* PortFault(const std::string& text) {
-    const bool isNumber = !text.empty() && text.size() <= 5 &&
-                          std::all_of(text.begin(), text.end(), IsDigit) && text.front() != '0';
+    const bool isNumber = !text.empty() && text.size() <= 5 && text.front() != '0' &&
+                          text.find_first_not_of("0123456789") == std::string::npos;
     return isNumber && std::stoi(text) <= 65535 ? nullptr : "is not a port (1 to 65535)";
 }
 

@@ -21,21 +21,20 @@ Text NameOf(const DatabaseSection& section) {
 }
 
 // The sections that count, by their names: no name for the agents' switches.
-class Index {
-  public:
-    explicit Index(const Sections& sections) {
-        for (const DatabaseSection& section : sections) {
-            m_sections.emplace(NameOf(section), &section);
-        }
-    }
-    const DatabaseSection* Counterpart(const DatabaseSection& section) const {
-        const auto found = m_sections.find(NameOf(section));
-        return found == m_sections.end() ? nullptr : found->second;
-    }
+using Index = std::unordered_map<Text, const DatabaseSection*>;
 
-  private:
-    std::unordered_map<Text, const DatabaseSection*> m_sections;
-};
+Index IndexOf(const Sections& sections) {
+    Index index;
+    for (const DatabaseSection& section : sections) {
+        index.emplace(NameOf(section), &section);
+    }
+    return index;
+}
+
+const DatabaseSection* Counterpart(const Index& index, const DatabaseSection& section) {
+    const auto found = index.find(NameOf(section));
+    return found == index.end() ? nullptr : found->second;
+}
 
 // Appends the keys whose first values differ.
 void AppendKeys(std::vector<Change>& changes, const Text& name, const DatabaseSection* old,
@@ -66,8 +65,8 @@ std::string Shown(const Text& value, bool isHidden) {
 }  // namespace
 
 std::vector<Change> Compare(const Sections& before, const Sections& after) {
-    const Index old(before);
-    const Index now(after);
+    const Index old = IndexOf(before);
+    const Index now = IndexOf(after);
     std::vector<Change> changes;
     // The switches are always there, as it were: what comes or goes are their keys.
     const auto append = [&](const char* what, const DatabaseSection& section,
@@ -80,13 +79,13 @@ std::vector<Change> Compare(const Sections& before, const Sections& after) {
         }
     };
     for (const DatabaseSection& section : before) {
-        if (old.Counterpart(section) == &section && now.Counterpart(section) == nullptr) {
+        if (Counterpart(old, section) == &section && Counterpart(now, section) == nullptr) {
             append("deleted", section, &section, nullptr);
         }
     }
     for (const DatabaseSection& section : after) {
-        if (now.Counterpart(section) == &section) {
-            append("added", section, old.Counterpart(section), &section);
+        if (Counterpart(now, section) == &section) {
+            append("added", section, Counterpart(old, section), &section);
         }
     }
     return changes;

@@ -19,10 +19,9 @@ namespace {
 // Returns the key whose value in base64 stands under `key`; an empty text when that is no such
 // name.
 std::string StemOf(const std::string& key) {
-    const std::string ending = kBase64Ending;
-    const bool hasEnding = key.size() > ending.size() &&
-                           key.compare(key.size() - ending.size(), ending.size(), ending) == 0;
-    return hasEnding ? key.substr(0, key.size() - ending.size()) : "";
+    const std::size_t place = key.rfind(kBase64Ending);
+    const bool isEnding = place != std::string::npos && kBase64Ending == key.substr(place);
+    return isEnding ? key.substr(0, place) : "";
 }
 
 Json ToJson(const DatabaseSection& section, const std::string& path, bool secrets) {
@@ -96,10 +95,10 @@ class SectionsReader : public nlohmann::json_sax<Json> {
     SectionsReader(const std::string& name, std::string_view text) : m_name(name), m_text(text) {}
 
     Sections Take() {
-        if (!m_hasList) {
+        if (!m_sections) {
             ThrowNoList();
         }
-        return std::move(m_sections);
+        return std::move(*m_sections);
     }
 
     bool null() override { return IsSecret(m_key) ? AddMember("", true) : RefuseOther(); }
@@ -120,14 +119,15 @@ class SectionsReader : public nlohmann::json_sax<Json> {
     }
     bool end_object() override {
         if (m_inList) {
-            m_sections.push_back(ReadSection(m_name, m_sections.size() + 1, m_members));
+            m_sections->push_back(ReadSection(m_name, m_sections->size() + 1, m_members));
             m_members.clear();
         }
         return Leave();
     }
     bool start_array(std::size_t /*size*/) override {
         if (m_depth == 1 && m_key == kSections) {
-            m_inList = m_hasList = true;
+            m_inList = true;
+            m_sections.emplace();
         } else {
             RefuseOther();
         }
@@ -136,7 +136,7 @@ class SectionsReader : public nlohmann::json_sax<Json> {
     }
     bool end_array() override { return Leave(); }
     bool key(string_t& value) override {
-        if (m_depth == 1 && value == kSections && m_hasList) {
+        if (m_depth == 1 && value == kSections && m_sections) {
             throw Failure(ExitCode::kFailed, m_name + ": the list \"sections\" occurs twice");
         }
         m_key = std::move(value);
@@ -178,7 +178,7 @@ class SectionsReader : public nlohmann::json_sax<Json> {
             ThrowNoList();
         }
         if (m_inList) {
-            RefuseSection(m_name, m_sections.size() + 1,
+            RefuseSection(m_name, m_sections->size() + 1,
                           m_depth == 2 ? "it is not an object"
                                        : "key " + Quoted(m_key) + ": its value is not a text");
         }
@@ -195,10 +195,9 @@ class SectionsReader : public nlohmann::json_sax<Json> {
     std::string_view m_text;
     std::size_t m_depth = 0;
     bool m_inList = false;
-    bool m_hasList = false;
     std::string m_key;
     std::vector<DatabaseEntry> m_members;
-    Sections m_sections;
+    std::optional<Sections> m_sections;
 };
 
 }  // namespace

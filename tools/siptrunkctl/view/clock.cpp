@@ -27,7 +27,7 @@ std::optional<std::string> IsoTime(const std::string& date, const std::string& t
     const std::string both = date + " " + time;
     const char* const end = strptime(both.c_str(), "%m/%d/%Y %H:%M:%S", &local);
     const bool isPlain = both.find_first_not_of("0123456789/:") == 10 && both.rfind(' ') == 10;
-    if (!isPlain || time.size() != 8 || end == nullptr || *end != '\0') {
+    if (!isPlain || time.size() != 8 || local.tm_sec > 60 || end == nullptr || *end != '\0') {
         return std::nullopt;
     }
     return date.substr(6) + "-" + date.substr(0, 2) + "-" + date.substr(3, 2) + "T" + time +

@@ -87,35 +87,30 @@ std::size_t TotalWidth(const std::vector<Column>& columns) {
         [](std::size_t total, const Column& column) { return total + column.width; });
 }
 
-// Takes from the widest of the columns from `first` on until the table fits.
-void CutWidest(std::vector<Column>& columns, std::size_t first, std::size_t limit) {
-    const auto begin = columns.begin() + static_cast<std::ptrdiff_t>(first);
-    for (std::size_t total = TotalWidth(columns); total > limit && begin != columns.end();
-         --total) {
-        const auto widest = std::max_element(
-            begin, columns.end(), [](const auto& a, const auto& b) { return a.width < b.width; });
-        if (widest->width <= kLeastWidth) {
-            return;
-        }
-        --widest->width;
-    }
-}
-
-// Returns the headings of the columns that had to go. A very narrow terminal wraps the lines.
+// Leaves columns out and cuts others until the table fits. A very narrow terminal wraps the lines.
+// Returns the headings of the columns that had to go.
 std::vector<std::string> FitTo(std::size_t limit, std::vector<Column>& columns) {
+    const auto isWorthMore = [](const Column& a, const Column& b) { return a.rank < b.rank; };
+    const auto isNarrower = [](const Column& a, const Column& b) { return a.width < b.width; };
     std::vector<std::string> dropped;
     while (TotalWidth(columns) > limit) {
-        const auto least =
-            std::max_element(columns.rbegin(), columns.rend(),
-                             [](const Column& a, const Column& b) { return a.rank < b.rank; });
+        const auto least = std::max_element(columns.rbegin(), columns.rend(), isWorthMore);
         if (least->rank == Rank::kAlways) {
             break;
         }
         dropped.insert(dropped.begin(), least->cells.front());
         columns.erase(std::next(least).base());
     }
-    CutWidest(columns, 1, limit);  // the first column tells the rows apart, so it is cut last
-    CutWidest(columns, 0, limit);
+    for (std::size_t total = TotalWidth(columns); total > limit; --total) {
+        auto widest = std::max_element(columns.begin() + 1, columns.end(), isNarrower);
+        if (widest == columns.end() || widest->width <= kLeastWidth) {
+            widest = columns.begin();  // which tells the rows apart, so it is cut last
+        }
+        if (widest->width <= kLeastWidth) {
+            break;
+        }
+        --widest->width;
+    }
     return dropped;
 }
 
