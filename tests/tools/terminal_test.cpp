@@ -151,6 +151,24 @@ TEST_F(Terminal, TablesFitTheTerminal) {
               Shown("a name that is long enou~  off\n", 0));
 }
 
+TEST_F(Terminal, OneLongNameDoesNotHideTheAddresses) {
+    const std::string name = "the desk at the entrance of the building";
+    WriteDatabase("section {\ntrunk_name=" + name +
+                  "\ntrunk_type=1\nuser_name=reception@a.example.com\nmaster_ip=192.0.2.100\n"
+                  "master_port=5060\n}\nsection {\ntrunk_name=b\ntrunk_type=1\nuser_name=2\n"
+                  "master_ip=2001:db8:1234:5678:9abc:def0:1234:5678\nmaster_port=5060\n}\n");
+    const Words list = {"list", "--no-legend", "--fields", "name,user,ip,port"};
+    EXPECT_EQ(RunThere(list, 66),
+              Shown("the desk at the entrance ~  reception@a.ex~  192.0.2.100      5060\n"
+                    "b                           2                2001:db8:1234:~  5060\n",
+                    0));
+    // Where that is not enough, the name is the last to be cut further.
+    EXPECT_EQ(RunThere(list, 64),
+              Shown("the desk at the entrance ~  reception@a.e~  192.0.2.100     5060\n"
+                    "b                           2               2001:db8:1234~  5060\n",
+                    0));
+}
+
 TEST_F(Terminal, ColumnsAreCountedAsTheTerminalDrawsThem) {
     const std::string japanese = "\xe6\x97\xa5\xe6\x9c\xac\xe8\xaa\x9e";  // three of two columns
     const std::string accent = "e\xcc\x81";                               // two, drawn as one

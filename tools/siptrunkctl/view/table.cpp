@@ -11,7 +11,11 @@
 namespace {
 
 constexpr std::size_t kGap = 2;
-constexpr std::size_t kLeastWidth = 8;
+
+// What the first column, which tells the rows apart, and the others are cut to, step by step. An
+// IPv4 address has 15 characters.
+constexpr std::pair<std::size_t, std::size_t> kLeastWidths[] = {{26, 15}, {26, 8}, {8, 8}};
+
 constexpr const char* kBold = "\x1b[1m";
 constexpr const char* kPlain = "\x1b[0m";
 constexpr const char* kNothing = "-";
@@ -87,11 +91,29 @@ std::size_t TotalWidth(const std::vector<Column>& columns) {
         [](std::size_t total, const Column& column) { return total + column.width; });
 }
 
+// Takes from the widest column until the table fits, or all have their least width.
+void CutTo(std::size_t limit, std::vector<Column>& columns, std::size_t leastOfFirst,
+           std::size_t leastOfOthers) {
+    for (std::size_t total = TotalWidth(columns); total > limit; --total) {
+        Column* widest = nullptr;
+        for (Column& column : columns) {
+            const bool isFirst = &column == &columns.front();
+            if (column.width > (isFirst ? leastOfFirst : leastOfOthers) &&
+                (widest == nullptr || column.width > widest->width)) {
+                widest = &column;
+            }
+        }
+        if (widest == nullptr) {
+            return;
+        }
+        --widest->width;
+    }
+}
+
 // Leaves columns out and cuts others until the table fits. A very narrow terminal wraps the lines.
 // Returns the headings of the columns that had to go.
 std::vector<std::string> FitTo(std::size_t limit, std::vector<Column>& columns) {
     const auto isWorthMore = [](const Column& a, const Column& b) { return a.rank < b.rank; };
-    const auto isNarrower = [](const Column& a, const Column& b) { return a.width < b.width; };
     std::vector<std::string> dropped;
     while (TotalWidth(columns) > limit) {
         const auto least = std::max_element(columns.rbegin(), columns.rend(), isWorthMore);
@@ -101,15 +123,8 @@ std::vector<std::string> FitTo(std::size_t limit, std::vector<Column>& columns) 
         dropped.insert(dropped.begin(), least->cells.front());
         columns.erase(std::next(least).base());
     }
-    for (std::size_t total = TotalWidth(columns); total > limit; --total) {
-        auto widest = std::max_element(columns.begin() + 1, columns.end(), isNarrower);
-        if (widest == columns.end() || widest->width <= kLeastWidth) {
-            widest = columns.begin();  // which tells the rows apart, so it is cut last
-        }
-        if (widest->width <= kLeastWidth) {
-            break;
-        }
-        --widest->width;
+    for (const auto& [ofFirst, ofOthers] : kLeastWidths) {
+        CutTo(limit, columns, ofFirst, ofOthers);
     }
     return dropped;
 }
