@@ -271,14 +271,14 @@ TEST_F(TrunkCommands, ATrunkThatCannotBeFoundByItsNameIsMarked) {
                   "section {\ntrunk_name=office\ntrunk_type=0\nuser_name=7\n}\n");
     ExpectAnswer({"list", "--fields", "name,type,note", "--no-legend"},
                  "office  master  -\nbranch  slave   -\n"
-                 "office  slave   not found by its name, which occurs before\n");
-    ExpectAnswer(
-        {"status"},
-        "NAME    TYPE    ACTIVE  REGISTRATION  NOTE\n"
-        "office  master  yes     on            -\n"
-        "branch  slave   yes     -             -\n"
-        "office  slave   no      -             not found by its name, which occurs before\n"
-        "3 trunks\n");
+                 "office  slave   an earlier trunk has this name, and programs find that one\n");
+    ExpectAnswer({"status"},
+                 "NAME    TYPE    ACTIVE  REGISTRATION  NOTE\n"
+                 "office  master  yes     on            -\n"
+                 "branch  slave   yes     -             -\n"
+                 "office  slave   no      -             an earlier trunk has this name, and "
+                 "programs find that one\n"
+                 "3 trunks\n");
 }
 
 TEST_F(TrunkCommands, GetPrintsOneValueAsItIs) {
@@ -392,6 +392,8 @@ TEST_F(TrunkCommands, ValuesThatCannotBeAreWrongUse) {
          "unknown key \"zzzzzz\"; the keys are type, user, ip, port, registration, sym_nat"},
         {{"add", "x", "type"},
          "\"type\" is not KEY=VALUE; a name with blanks goes in quotation marks"},
+        {{"add", "--", "-x", "user=1", "--password-file", "-"},
+         "\"--password-file\" is not KEY=VALUE; options stand before the \"--\" that ends them"},
         {{"add", "x", "name=y"}, "name=: the name stands before the keys; \"rename\" changes it"},
         {{"add", "x", "password=hunter2"},
          "password=: a password is not taken from the command line, where others see it; use "

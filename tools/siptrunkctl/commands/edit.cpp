@@ -25,6 +25,7 @@ char Ask(bool mayStore) {
             answer += byte;
         }
         if (byte != '\n') {
+            WriteError("\n");  // as the missing answer would have
             return 'q';
         }
         if (answer == "e" || answer == "q" || answer == "d" || (answer == "s" && mayStore)) {

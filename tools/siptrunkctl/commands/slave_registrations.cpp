@@ -129,7 +129,7 @@ void AddAccounts(const Command& root) {
     accounts
         .Add("slave", "Commands", "hand out the masters to register at",
              "Every trunk that is listed becomes inactive: its registration date is removed, as "
-             "when\nthe slave agent starts anew. So it wants --yes.\n\nExample:\n"
+             "when\nthe slave agent starts anew. So it needs --yes.\n\nExample:\n"
              "  siptrunkctl accounts slave --yes",
              AccountsSlave)
         .Flag("--yes", root.Given().yes, "do it, although it changes the trunks");

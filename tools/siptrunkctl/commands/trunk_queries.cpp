@@ -161,7 +161,7 @@ void AddTrunkQueries(const Command& root) {
         .TrunkName();
     root.Add("get", kGroup, "print one value of a trunk, for scripts",
              "KEY is one that \"show\" prints, or one of the database. A password "
-             "wants --show-secrets.\n\nExample:\n  siptrunkctl get office port",
+             "needs --show-secrets.\n\nExample:\n  siptrunkctl get office port",
              Get)
         .TrunkName()
         .Word("KEY", root.Given().key, "the value's key",

@@ -133,8 +133,10 @@ TrunkValues ReadTrunkValues(const std::vector<std::string>& words) {
     for (const std::string& word : words) {
         const std::size_t separator = word.find('=');
         if (separator == std::string::npos) {
-            throw UsageFailure(Quoted(word) +
-                               " is not KEY=VALUE; a name with blanks goes in quotation marks");
+            throw UsageFailure(Quoted(word) + " is not KEY=VALUE; " +
+                               (word.compare(0, 2, "--") == 0
+                                    ? "options stand before the \"--\" that ends them"
+                                    : "a name with blanks goes in quotation marks"));
         }
         const std::string what = word.substr(0, separator + 1);
         const std::string value = word.substr(separator + 1);

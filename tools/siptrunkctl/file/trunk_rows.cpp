@@ -26,7 +26,7 @@ TrunkRow RowOf(const DatabaseSection& section) {
 
 std::string OddityOf(const DatabaseSection& section, bool isNew) {
     const std::string_view type = section.Get(key::kTrunkType);
-    std::string oddity = isNew ? "" : "not found by its name, which occurs before";
+    std::string oddity = isNew ? "" : "an earlier trunk has this name, and programs find that one";
     if (type != type::kToMaster && type != type::kForSlave) {
         oddity += (oddity.empty() ? "" : "; ");
         oddity +=
