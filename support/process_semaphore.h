@@ -33,7 +33,8 @@ class Semaphore {
     /// The argument is whether to wait; callers always wait.
     /// Throws std::system_error, without the lock, when the kernel refuses; also when the calling
     /// thread holds this handle already (EDEADLK), as in a signal handler, and it goes on holding
-    /// it.
+    /// it. A handler that runs after the kernel has given the lock and before this object has noted
+    /// it would wait for its own thread: handlers should not lock.
     void Lock(bool);
 
     /// Releases the lock that the calling thread took through this handle. Does nothing when there
