@@ -23,7 +23,7 @@ class ReferenceFile {
     std::optional<std::size_t> Find(const std::string& key, const std::string& text) const;
 
     void Set(std::size_t section, const std::string& key, const std::string& value);
-    /// Adds an entry behind the last.
+    /// Adds an entry after the last.
     void Add(std::size_t section, const std::string& key, const std::string& value);
     void Delete(std::size_t section, const std::string& key);
     void DeleteSection(std::size_t section);
@@ -32,22 +32,14 @@ class ReferenceFile {
     void AppendSection();
 
   private:
-    enum class Kind { kBlank, kComment, kOpener, kCloser, kEntry };
-    struct Line {
-        std::string text;  // with its line end
-        Kind kind;
-        std::string key{};
-    };
     struct Place {
         std::size_t opener;
         std::size_t closer;
     };
 
-    static std::optional<Line> ParseLine(const std::string& text);
-    static Line Entry(const std::string& key, const std::string& value);
     std::vector<Place> Sections() const;
     std::optional<std::size_t> FindEntry(std::size_t section, const std::string& key) const;
     void InsertSection(std::size_t line);
 
-    std::vector<Line> m_lines;
+    std::vector<std::string> m_lines;  // each with its line end
 };

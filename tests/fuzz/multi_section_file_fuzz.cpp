@@ -6,9 +6,9 @@
 
 #include "support/multi_section_file.h"
 #include "tests/faults/reference_file.h"
+#include "tests/fixture/plain_parser.h"
 #include "tests/fixture/temp_folder.h"
 #include "tests/fuzz/fuzz_input.h"
-#include "tests/support/plain_parser.h"
 
 // A sectioned file and a series of changes, done by the library and by the reference: both refuse
 // the file, or both give the same answers and the same text, which reads back as it was written.

@@ -13,8 +13,8 @@
 
 #include "support/section_text.h"
 #include "support/whole_file.h"
+#include "tests/fixture/plain_parser.h"
 #include "tests/fixture/temp_folder.h"
-#include "tests/support/plain_parser.h"
 #include "tests/support/section_file.h"
 
 // Every text of a few bytes is taken or refused as a plain parser does, and gives the same sections

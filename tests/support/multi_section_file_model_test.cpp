@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "support/multi_section_file.h"
+#include "tests/fixture/plain_parser.h"
 #include "tests/fixture/temp_folder.h"
-#include "tests/support/plain_parser.h"
 #include "tests/support/section_file.h"
 
 // Random edits of a MultiSectionFile and, beside it, of a plain list of lines: the same text after

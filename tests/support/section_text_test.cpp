@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "tests/fixture/failure_text.h"
+#include "tests/fixture/plain_parser.h"
 #include "tests/fixture/temp_folder.h"
-#include "tests/support/plain_parser.h"
 #include "tests/support/section_file.h"
 
 namespace {

@@ -11,6 +11,7 @@
 #include "tests/fixture/device_fixture.h"
 #include "tests/fixture/device_model.h"
 #include "tests/fixture/failing_calls.h"
+#include "tests/fixture/plain_parser.h"
 #include "tests/fixture/random_steps.h"
 #include "tests/fixture/shorten.h"
 
