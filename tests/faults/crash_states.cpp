@@ -74,6 +74,7 @@ void Apply(Disk& disk, const DiskEffect& effect, Share share) {
         case DiskEffect::Kind::kRemove:
             disk.entries.erase({effect.folder, effect.name});
             break;
+        case DiskEffect::Kind::kNone:
         case DiskEffect::Kind::kSync:
             break;
     }

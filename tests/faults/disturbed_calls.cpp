@@ -7,11 +7,9 @@
 
 namespace {
 
-// Plain types without constructors, so that a call during the program's start finds them ready.
-thread_local DisturbedCalls* current = nullptr;
-thread_local bool isObserving = false;
-
-bool IsTransfer(CallKind kind) { return kind == CallKind::kRead || kind == CallKind::kWrite; }
+bool IsTransfer(Call call) {
+    return call == Call::kRead || call == Call::kWrite || call == Call::kWritev;
+}
 
 }  // namespace
 
@@ -34,64 +32,56 @@ std::string Fault::Text() const {
 }
 
 DisturbedCalls::DisturbedCalls(const Fault& fault, Observer observer)
-    : m_fault(fault), m_observer(std::move(observer)) {
-    current = this;
-}
-
-DisturbedCalls::~DisturbedCalls() { current = nullptr; }
-
-DisturbedCalls* DisturbedCalls::Current() { return isObserving ? nullptr : current; }
+    : CallObserver(true), m_fault(fault), m_observer(std::move(observer)) {}
 
 // Some calls cannot go wrong in some ways, and the library need not bear that.
-bool DisturbedCalls::IsConcerned(CallKind kind) const {
+bool DisturbedCalls::IsConcerned(Call call) const {
     switch (m_fault.effect) {
         case Fault::Effect::kNone:
             return false;
         case Fault::Effect::kShortTransfer:
-            return IsTransfer(kind);
+            return IsTransfer(call);
         case Fault::Effect::kKill:
-            return true;
+            return call != Call::kNew;
         case Fault::Effect::kError:
             break;
     }
     // The kernel has set aside what a release needs when the lock was taken (semop(2), SEM_UNDO).
-    return kind != CallKind::kReleaseLock || m_fault.error == EINTR;
+    const bool isRelease = call == Call::kFreeingSemop;
+    return call != Call::kNew && (!isRelease || m_fault.error == EINTR);
 }
 
-DisturbedCalls::Outcome DisturbedCalls::Enter(CallKind kind) {
-    if (!IsConcerned(kind)) {
-        return Outcome::kMake;
+CallFate DisturbedCalls::Before(Call call, std::size_t size) {
+    if (!IsConcerned(call)) {
+        return {};
     }
     ++m_count;
     if (m_count < m_fault.number || m_count - m_fault.number >= m_fault.times) {
-        return Outcome::kMake;
+        return {};
     }
-    m_disturbed |= Bit(kind);
-    switch (m_fault.effect) {
-        case Fault::Effect::kError:
-            errno = m_fault.error;
-            return Outcome::kFail;
-        case Fault::Effect::kKill:
-            if (!IsTransfer(kind)) {
-                (void)raise(SIGKILL);
-            }
-            m_isToDie = true;
-            break;
-        default:
-            break;
+    if (m_fault.effect == Fault::Effect::kError) {
+        m_hasHinderedRemoval |= call == Call::kUnlinkat;
+        return {m_fault.error};
     }
-    return Outcome::kShorten;
+    m_isToDie = m_fault.effect == Fault::Effect::kKill;
+    if (m_isToDie && !IsTransfer(call)) {
+        (void)raise(SIGKILL);
+    }
+    // A part of a transfer that makes some progress, and never all of it where that can be helped.
+    return {0, (size + 1) / 2};
 }
 
-void DisturbedCalls::Leave() {
+void DisturbedCalls::After(Call call, bool hasSucceeded) {
     if (m_isToDie) {
         (void)raise(SIGKILL);
     }
-    if (m_observer) {
-        const int kept = errno;
-        isObserving = true;
+    if (hasSucceeded) {
+        m_descriptors += call == Call::kOpen || call == Call::kOpenat ? 1 : 0;
+        m_descriptors -= call == Call::kClose || call == Call::kClosedir ? 1 : 0;
+        m_locks += call == Call::kTakingSemop ? 1 : 0;
+        m_locks -= call == Call::kFreeingSemop ? 1 : 0;
+    }
+    if (m_observer && call != Call::kNew) {
         m_observer();
-        isObserving = false;
-        errno = kept;
     }
 }

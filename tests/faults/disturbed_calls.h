@@ -1,34 +1,14 @@
 #pragma once
 
-#include <sys/types.h>
-
-#include <cstdint>
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>
 
-// Every call that the library makes to the operating system, seen, counted and disturbed. The test
-// program defines these functions in place of libc's and hands each call on that no test disturbs.
+#include "tests/fixture/call_observer.h"
 
-enum class CallKind {
-    kOpen,
-    kClose,  // one that is made to fail does close, as on Linux
-    kRead,
-    kWrite,
-    kStatus,
-    kChangeOwner,
-    kChangeMode,
-    kChangeList,
-    kTruncate,
-    kSync,
-    kRename,
-    kRemove,
-    kResolve,
-    kListFolder,
-    kObtainLock,
-    kTakeLock,
-    kReleaseLock,
-};
+// Every call that the library makes to the operating system, counted and disturbed; what it leaves
+// open, locked and on the disk.
 
 /// What goes wrong, and at which call.
 struct Fault {
@@ -48,75 +28,34 @@ struct Fault {
     std::string Text() const;
 };
 
-/// Something that a call did to the disk, as a file system would have to remember it.
-struct DiskEffect {
-    enum class Kind {
-        kCreate,
-        kWrite,
-        kTruncate,
-        kOwner,
-        kMode,
-        kAccessList,
-        kSync,
-        kRename,
-        kRemove
-    };
-    Kind kind;
-    ino_t inode = 0;   ///< what was changed, or synced: a file or a folder
-    ino_t folder = 0;  ///< where the entry `name` was made or removed, or was before a rename
-    std::string name{};
-    ino_t newFolder = 0;  ///< where the entry is after a rename
-    std::string newName{};
-    std::string bytes{};  ///< what was written; the access list
-    off_t offset = 0;     ///< where it was written; the new size of a truncation
-    mode_t mode = 0;
-    uid_t user = 0;
-    gid_t group = 0;
-};
-
-/// Watches and disturbs the calls of this thread, and of a child that it forks, from its making to
-/// its end. One at a time.
-class DisturbedCalls {
+/// Disturbs the calls of this thread, and of a child that it forks, for as long as it lives.
+class DisturbedCalls : public CallObserver {
   public:
-    /// Called after each call; what it calls itself is not watched.
+    /// Called after each call; what it calls itself is not observed.
     using Observer = std::function<void()>;
 
     explicit DisturbedCalls(const Fault& fault = {}, Observer observer = {});
-    ~DisturbedCalls();
-    DisturbedCalls(const DisturbedCalls&) = delete;
-    DisturbedCalls& operator=(const DisturbedCalls&) = delete;
 
     /// Whether any call was disturbed.
-    bool IsFaultMet() const { return m_disturbed != 0; }
-    /// Whether a call of this kind was made to fail.
-    bool HasDisturbed(CallKind kind) const { return (m_disturbed & Bit(kind)) != 0; }
+    bool IsFaultMet() const { return m_count >= m_fault.number; }
+    /// Whether a file was kept from being removed.
+    bool HasHinderedRemoval() const { return m_hasHinderedRemoval; }
     /// How many descriptors were opened and not closed.
     int OpenDescriptors() const { return m_descriptors; }
     /// How many times the device's lock was taken and not released.
     int LocksHeld() const { return m_locks; }
     const std::vector<DiskEffect>& Effects() const { return m_effects; }
 
-    // For the replaced functions.
-
-    enum class Outcome { kMake, kFail, kShorten };
-    /// Counts a call and tells what becomes of it; sets errno for kFail.
-    Outcome Enter(CallKind kind);
-    /// Takes note of a call that is over, and kills the process if it was to die in its midst.
-    void Leave();
-    void AddDescriptors(int count) { m_descriptors += count; }
-    void AddLocks(int count) { m_locks += count; }
-    void AddEffect(DiskEffect effect) { m_effects.push_back(std::move(effect)); }
-    /// The watch of this thread; null when there is none, or in the observer.
-    static DisturbedCalls* Current();
-
   private:
-    static std::uint32_t Bit(CallKind kind) { return 1U << static_cast<unsigned>(kind); }
-    bool IsConcerned(CallKind kind) const;
+    CallFate Before(Call call, std::size_t size) override;
+    void After(Call call, bool hasSucceeded) override;
+    void Note(const DiskEffect& effect) override { m_effects.push_back(effect); }
+    bool IsConcerned(Call call) const;
 
     Fault m_fault;
     Observer m_observer;
     unsigned m_count = 0;
-    std::uint32_t m_disturbed = 0;
+    bool m_hasHinderedRemoval = false;
     bool m_isToDie = false;
     int m_descriptors = 0;
     int m_locks = 0;

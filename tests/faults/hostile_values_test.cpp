@@ -1,8 +1,8 @@
 #include <functional>
 
 #include "tests/faults/reference_file.h"
-#include "tests/faults/stopped_clock.h"
 #include "tests/fixture/device_fixture.h"
+#include "tests/fixture/failing_calls.h"
 #include "tests/fixture/operation_table.h"
 
 // Every text argument of every operation, with every text that could do harm.
@@ -221,7 +221,7 @@ TEST_F(HostileValues, AreStoredWholeOrRefused) {
             SCOPED_TRACE(std::string(argument.name) + ": " + value);
             WriteDatabase(kOperationDatabase);
             std::optional<ReferenceFile> expected = ReferenceFile::Parse(kOperationDatabase);
-            const StoppedClock stopped(kMoment);
+            const FixedClock stopped(kMoment);
             const bool isStorable = value.find('\n') == std::string::npos;
             EXPECT_EQ(argument.store(config, value, *expected), isStorable);
             EXPECT_EQ(DatabaseText(), isStorable ? expected->Text() : kOperationDatabase);

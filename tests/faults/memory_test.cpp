@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cerrno>
 #include <iostream>
 #include <list>
 #include <new>
@@ -6,9 +7,8 @@
 #include <vector>
 
 #include "tests/faults/disturbed_calls.h"
-#include "tests/faults/failing_allocations.h"
-#include "tests/faults/stopped_clock.h"
 #include "tests/fixture/device_fixture.h"
+#include "tests/fixture/failing_calls.h"
 #include "tests/fixture/operation_table.h"
 
 // Memory that runs out at the first allocation, the second, and so on, in each operation. It gives
@@ -115,7 +115,7 @@ class Memory : public DeviceFixture, public ::testing::WithParamInterface<Prepar
   protected:
     Memory() {
         FillFiles();
-        const StoppedClock stopped(kMoment);
+        const FixedClock stopped(kMoment);
         Arguments arguments;
         EXPECT_TRUE(GetParam().call(config, arguments));
         m_new = Files();
@@ -131,7 +131,7 @@ class Memory : public DeviceFixture, public ::testing::WithParamInterface<Prepar
 
     // Runs the operation with memory that runs out at one allocation. Returns whether it came to
     // that.
-    bool Run(unsigned number, unsigned times) {
+    bool Run(int number, int times) {
         SCOPED_TRACE("allocation " + std::to_string(number) + (times > 1 ? " and later ones" : ""));
         FillFiles();
         const long blocks = LiveBlocks();
@@ -139,12 +139,12 @@ class Memory : public DeviceFixture, public ::testing::WithParamInterface<Prepar
         bool isMet = false;
         {
             Arguments arguments;
-            const StoppedClock stopped(kMoment);
+            const FixedClock stopped(kMoment);
             const DisturbedCalls calls;
             {
-                const FailingAllocations failing(number, times);
+                const FailingCall failing(Call::kNew, ENOMEM, number, times);
                 isDone = GetParam().call(config, arguments);
-                isMet = failing.IsFaultMet();
+                isMet = failing.IsMet();
             }
             EXPECT_EQ(calls.OpenDescriptors(), 0);
             EXPECT_EQ(calls.LocksHeld(), 0);
@@ -175,8 +175,8 @@ class Memory : public DeviceFixture, public ::testing::WithParamInterface<Prepar
 
 TEST_P(Memory, RunsOutWithoutHarm) {
     unsigned runs = 0;
-    for (const unsigned times : {1U, FailingAllocations::kAlways}) {
-        for (unsigned number = 1; !HasFailure() && Run(number, times); ++number) {
+    for (const int times : {1, FailingCall::kAlways}) {
+        for (int number = 1; !HasFailure() && Run(number, times); ++number) {
             ++runs;
         }
     }
@@ -192,13 +192,13 @@ class MemoryOfObjects : public DeviceFixture {};
 TEST_F(MemoryOfObjects, RunsOutWhileTheServiceIsMade) {
     const long blocks = LiveBlocks();
     bool isMet = true;
-    for (unsigned number = 1; isMet; ++number) {
-        const FailingAllocations failing(number, 1);
+    for (int number = 1; isMet; ++number) {
+        const FailingCall failing(Call::kNew, ENOMEM, number);
         try {
             const CSIPTrunkConfig service(nullptr);
         } catch (const std::bad_alloc&) {
         }
-        isMet = failing.IsFaultMet();
+        isMet = failing.IsMet();
         EXPECT_EQ(LiveBlocks(), blocks);
     }
 }
@@ -207,15 +207,15 @@ TEST_F(MemoryOfObjects, RunsOutWhileALoggerIsMadeAndWrites) {
     const std::string path = File("other log");
     const long blocks = LiveBlocks();
     bool isMet = true;
-    for (unsigned number = 1; isMet; ++number) {
+    for (int number = 1; isMet; ++number) {
         const DisturbedCalls calls;
-        const FailingAllocations failing(number, 1);
+        const FailingCall failing(Call::kNew, ENOMEM, number);
         try {
             CSIPTrunkLogger other(path.c_str());
             other.TRACE(1, "%0100d\n", 1);
         } catch (const std::bad_alloc&) {
         }
-        isMet = failing.IsFaultMet();
+        isMet = failing.IsMet();
         EXPECT_EQ(calls.OpenDescriptors(), 0);
     }
     EXPECT_EQ(LiveBlocks(), blocks);
@@ -223,14 +223,14 @@ TEST_F(MemoryOfObjects, RunsOutWhileALoggerIsMadeAndWrites) {
 
 TEST_F(MemoryOfObjects, ThatIsBackLetsALoggerWriteAgain) {
     bool isMet = true;
-    for (unsigned number = 1; isMet; ++number) {
+    for (int number = 1; isMet; ++number) {
         {
-            const FailingAllocations failing(number, 1);
+            const FailingCall failing(Call::kNew, ENOMEM, number);
             try {
                 logger.TRACE(1, "%03000d\n", 1);
             } catch (const std::bad_alloc&) {
             }
-            isMet = failing.IsFaultMet();
+            isMet = failing.IsMet();
         }
         logger.TRACE(1, "next\n");
         const std::string log = ReadFile(File("log"));
@@ -243,17 +243,17 @@ TEST_F(MemoryOfObjects, RunsOutWhileTheTimeIsTold) {
     const std::string before(100, 'x');
     const long blocks = LiveBlocks();
     bool isMet = true;
-    for (unsigned number = 1; isMet; ++number) {
+    for (int number = 1; isMet; ++number) {
         std::string time = before;
         std::string date = before;
         time.shrink_to_fit();
         date.shrink_to_fit();
-        const FailingAllocations failing(number, 1);
+        const FailingCall failing(Call::kNew, ENOMEM, number);
         try {
             config.GetLocalDateTime(time, date);
         } catch (const std::bad_alloc&) {
         }
-        isMet = failing.IsFaultMet();
+        isMet = failing.IsMet();
     }
     EXPECT_EQ(LiveBlocks(), blocks);
 }

@@ -7,8 +7,8 @@
 #include <optional>
 
 #include "tests/faults/crash_states.h"
-#include "tests/faults/stopped_clock.h"
 #include "tests/fixture/device_fixture.h"
+#include "tests/fixture/failing_calls.h"
 #include "tests/fixture/operation_table.h"
 
 // A power cut at any moment of a save leaves the old file or the new one; once the operation has
@@ -47,7 +47,7 @@ class PowerCut : public DeviceFixture {
     // Makes the change, and takes note of what it does to the disk.
     template <typename Change>
     void Record(const Change& change) {
-        const StoppedClock stopped(kMoment);
+        const FixedClock stopped(kMoment);
         CSIPTrunkConfig withoutLog(nullptr);
         const DisturbedCalls calls;
         change(withoutLog);

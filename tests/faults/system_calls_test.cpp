@@ -11,8 +11,8 @@
 #include <optional>
 
 #include "tests/faults/disturbed_calls.h"
-#include "tests/faults/stopped_clock.h"
 #include "tests/fixture/device_fixture.h"
+#include "tests/fixture/failing_calls.h"
 #include "tests/fixture/operation_table.h"
 
 // Each operation, with each of its system calls going wrong in every way: the first call, the
@@ -85,7 +85,7 @@ class SystemCalls : public DeviceFixture, public ::testing::WithParamInterface<S
     SystemCalls() {
         FillFiles();
         m_old = Look();
-        const StoppedClock stopped(kMoment);
+        const FixedClock stopped(kMoment);
         EXPECT_EQ(Operate().call(config), Operate().answer);
         m_new = Look().text;
         (void)NewLogText();
@@ -175,11 +175,11 @@ class SystemCalls : public DeviceFixture, public ::testing::WithParamInterface<S
         bool isMet = false;
         bool isRemovalHindered = false;
         {
-            const StoppedClock stopped(kMoment);
+            const FixedClock stopped(kMoment);
             const DisturbedCalls calls(fault);
             answer = Operate().call(config);
             isMet = calls.IsFaultMet();
-            isRemovalHindered = calls.HasDisturbed(CallKind::kRemove);
+            isRemovalHindered = calls.HasHinderedRemoval();
             EXPECT_EQ(calls.OpenDescriptors(), 0);
             EXPECT_EQ(calls.LocksHeld(), 0);
         }
@@ -217,7 +217,7 @@ class SystemCalls : public DeviceFixture, public ::testing::WithParamInterface<S
         if (child == 0) {
             // Without a log: a line cut off by death stays cut off.
             CSIPTrunkConfig own(nullptr);
-            const StoppedClock stopped(kMoment);
+            const FixedClock stopped(kMoment);
             const DisturbedCalls calls(fault);
             _exit(Operate().call(own) == Operate().answer ? 0 : 1);
         }
