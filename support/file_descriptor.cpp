@@ -30,7 +30,8 @@ bool OccupyStandardStreams() {
     do {
         number = RetryInterrupted([] { return open("/", O_PATH | O_CLOEXEC); });
     } while (number != -1 && number <= STDERR_FILENO);
-    return number != -1 && FileDescriptor(number).Close();
+    const FileDescriptor notNeeded(number);
+    return number != -1;
 }
 
 }  // namespace support

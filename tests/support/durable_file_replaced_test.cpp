@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "support/file_status.h"
 #include "tests/fixture/failing_calls.h"
 #include "tests/fixture/failure_text.h"
 #include "tests/fixture/file_kinds.h"
@@ -34,6 +35,15 @@ class ReplacedFileTest : public DurableFileTest {
     const std::string m_other = m_folder.File("other");
     const std::string m_replaced = m_path + ": save: was replaced meanwhile";
 };
+
+TEST(FileStatusTest, AFileIsTheLoadedOneByItsDeviceAndItsInode) {
+    support::FileStatus status;
+    status.device = 1;
+    status.inode = 2;
+    EXPECT_TRUE(status.IsOf({1, 2, support::FileDescriptor(-1)}));
+    EXPECT_FALSE(status.IsOf({3, 2, support::FileDescriptor(-1)}));
+    EXPECT_FALSE(status.IsOf({1, 3, support::FileDescriptor(-1)}));
+}
 
 TEST_F(ReplacedFileTest, AFileThatAnotherOneWasRenamedOverIsNotReplaced) {
     const CallWatch creations(Call::kOpenat);
@@ -170,6 +180,11 @@ TEST_F(ReplacedFileTest, ASecondSaveThatCannotOpenTheFileFails) {
         const FailingCall failing(Call::kOpenat, EMFILE);
         EXPECT_EQ(FailureOf([&] { support::ReplaceFile(m_path.c_str(), text.identity, {"2"}); }),
                   m_path + ": open: " + ErrorText(EMFILE));
+    }
+    {
+        const FailingCall failing(Call::kFstat, EIO);
+        EXPECT_EQ(FailureOf([&] { support::ReplaceFile(m_path.c_str(), text.identity, {"2"}); }),
+                  m_path + ": open: " + ErrorText(EIO));
     }
     EXPECT_EQ(ReadFile(m_path), "1");
     EXPECT_TRUE(FilesOpenIn(m_folder.Path()).empty());

@@ -238,6 +238,27 @@ TEST_F(LogStreamTest, AFileWhoseKindTheSystemDoesNotTellIsALogAllTheSame) {
     EXPECT_EQ(Text(), "line\n");
 }
 
+TEST_F(LogStreamTest, APartInAFileWhoseSizeIsNotToldIsEndedAndTheLineWrittenAnew) {
+    Log log(m_path);
+    {
+        const FailingCall failing(Call::kFstat, EIO, 1, FailingCall::kAlways);
+        const ShortTransfers most(3);
+        log.Write("first line\n");
+    }
+    log.Write("second line\n");
+    EXPECT_EQ(Text(), "fir\nfirst line\nsecond line\n");
+}
+
+TEST_F(LogStreamTest, ALogWhoseStreamsCannotBeOccupiedIsNotOpened) {
+    EXPECT_EQ(RunWithoutStreams({1},
+                                [&] {
+                                    const FailingCall failing(Call::kOpen, EMFILE);
+                                    EXPECT_EQ(FailureOf([&] { const Log log(m_path); }),
+                                              m_path + ": open log: " + ErrorText(EMFILE));
+                                }),
+              0);
+}
+
 TEST_F(LogStreamTest, SignalsLoseNothing) {
     const FailingCall opening(Call::kOpen, EINTR, 1, 2);
     Log log(m_path);
