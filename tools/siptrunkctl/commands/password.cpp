@@ -88,14 +88,11 @@ std::string AskOnce(const SilentTerminal& terminal, const std::string& question)
     WriteError(question);
     std::string answer;
     char byte = '\0';
-    bool isThere = terminal.Read(byte);
-    for (; isThere && byte != '\n'; isThere = terminal.Read(byte)) {
-        if (answer.size() < kLongestInput) {
-            answer += byte;
-        }
+    while (terminal.Read(byte) && byte != '\n') {
+        answer += byte;
     }
     WriteError("\n");
-    if (!isThere) {
+    if (byte != '\n') {
         throw Failure(ExitCode::kFailed, "no password given; nothing was changed");
     }
     return answer;
