@@ -36,6 +36,13 @@ const DatabaseSection* Counterpart(const Index& index, const DatabaseSection& se
     return found == index.end() ? nullptr : found->second;
 }
 
+bool IsEqual(const DatabaseSection& a, const DatabaseSection& b) {
+    return std::equal(a.entries.begin(), a.entries.end(), b.entries.begin(), b.entries.end(),
+                      [](const DatabaseEntry& one, const DatabaseEntry& other) {
+                          return one.key == other.key && one.value == other.value;
+                      });
+}
+
 // Appends the keys whose first values differ.
 void AppendKeys(std::vector<Change>& changes, const Text& name, const DatabaseSection* old,
                 const DatabaseSection* now) {
@@ -74,7 +81,7 @@ std::vector<Change> Compare(const Sections& before, const Sections& after) {
         const Text name = NameOf(section);
         if (name && (from == nullptr || to == nullptr)) {
             changes.push_back({what, name, "", {}, {}});
-        } else {
+        } else if (from == nullptr || to == nullptr || !IsEqual(*from, *to)) {
             AppendKeys(changes, name, from, to);
         }
     };

@@ -18,10 +18,10 @@ namespace {
 
 // Returns the key whose value in base64 stands under `key`; an empty text when that is no such
 // name.
-std::string StemOf(const std::string& key) {
+std::string_view StemOf(std::string_view key) {
     const std::size_t place = key.rfind(kBase64Ending);
-    const bool isEnding = place != std::string::npos && kBase64Ending == key.substr(place);
-    return isEnding ? key.substr(0, place) : "";
+    const bool isEnding = place != std::string_view::npos && key.substr(place) == kBase64Ending;
+    return key.substr(0, isEnding ? place : 0);
 }
 
 Json ToJson(const DatabaseSection& section, const std::string& path, bool secrets) {
@@ -32,7 +32,7 @@ Json ToJson(const DatabaseSection& section, const std::string& path, bool secret
     Json object = Json::object();
     std::unordered_set<std::string_view> done;
     for (const DatabaseEntry& entry : section.entries) {
-        const std::string stem = StemOf(entry.key);
+        const std::string_view stem = StemOf(entry.key);
         if (!IsUtf8(entry.key) || (!stem.empty() && keys.count(stem) != 0)) {
             throw Failure(ExitCode::kFailed, path + ":" + std::to_string(entry.line) + ": key " +
                                                  Quoted(entry.key) +
@@ -52,7 +52,7 @@ Json ToJson(const DatabaseSection& section, const std::string& path, bool secret
 
 // Makes the entries of one section from the texts of its object.
 DatabaseSection ReadSection(const std::string& name, std::size_t number,
-                            const std::vector<DatabaseEntry>& members) {
+                            std::vector<DatabaseEntry>& members) {
     std::unordered_map<std::string_view, const DatabaseEntry*> byKey;
     const auto refuse = [&](const std::string& key, const std::string& reason) {
         RefuseSection(name, number, "key " + Quoted(key) + ": " + reason);
@@ -63,8 +63,9 @@ DatabaseSection ReadSection(const std::string& name, std::size_t number,
         }
     }
     DatabaseSection section{number, {}};
-    for (const DatabaseEntry& member : members) {
-        const std::string stem = StemOf(member.key);
+    section.entries.reserve(members.size());
+    for (DatabaseEntry& member : members) {
+        const std::string_view stem = StemOf(member.key);
         if (!stem.empty() && byKey.count(stem) != 0) {
             continue;
         }
@@ -75,7 +76,7 @@ DatabaseSection ReadSection(const std::string& name, std::size_t number,
         if (member.key.find('\0') != std::string::npos) {
             refuse(member.key, "it holds a NUL byte");
         }
-        std::string text = member.value;
+        std::string text = std::move(member.value);
         const auto exact = byKey.find(member.key + kBase64Ending);
         if (exact != byKey.end() && !TextFromBase64(exact->second->value, text)) {
             refuse(member.key + kBase64Ending, "its value is not base64");

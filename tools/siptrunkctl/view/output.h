@@ -24,8 +24,6 @@ class Output {
     /// @param options outlive the object, and count when something is printed
     explicit Output(const OutputOptions& options) : m_options(options) {}
 
-    const OutputOptions& Options() const { return m_options; }
-
     /// Answers with a list. noun  what a record is
     void PrintList(const std::vector<Record>& records, const char* noun);
     /// Answers with one record.
@@ -52,7 +50,7 @@ class Output {
 /// @param fd its descriptor
 bool WantsColor(const std::string& when, int fd);
 
-/// Writes a text to the standard error, as it stands. May be called in the handler of a signal.
+/// Writes a text to the standard error, as it stands.
 void WriteError(std::string_view text);
 
 /// Tells something on the standard error, in one line that begins with the tool's name.

@@ -100,7 +100,11 @@ std::size_t Width(std::string_view text) {
     std::size_t width = 0;
     for (Character character{}; !text.empty(); text.remove_prefix(character.length)) {
         character = support::FirstCharacter(text);
-        width += IsIn(kCombining, character.point) ? 0 : IsIn(kWide, character.point) ? 2 : 1;
+        const bool isLatin = character.point < kCombining[0].first;
+        width += isLatin                             ? 1
+                 : IsIn(kCombining, character.point) ? 0
+                 : IsIn(kWide, character.point)      ? 2
+                                                     : 1;
     }
     return width;
 }
