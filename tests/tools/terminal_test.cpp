@@ -105,7 +105,8 @@ TEST_F(Terminal, APasswordThatIsNotGivenChangesNothing) {
               Shown("Password: \nOnce more: \n" + failed +
                         "the two passwords differ; nothing was changed\n",
                     1));
-    for (const char* key : {"\x03", "\x04"}) {  // Ctrl-C, Ctrl-D
+    // Ctrl-C, Ctrl-D, Ctrl-Z, Ctrl-\, the last two after something was typed
+    for (const char* key : {"\x03", "\x04", "ab\x1a", "ab\x1c"}) {
         EXPECT_EQ(RunThere({"add", "a", "type=slave", "user=1"}, 80, {{"Password: ", key}}),
                   Shown("Password: \n" + failed + "no password given; nothing was changed\n", 1));
     }
