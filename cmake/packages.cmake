@@ -19,7 +19,7 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_COMPONENTS_ALL runtime dev tool)
 
-# CPack 3.25 has no variable for Multi-Arch, so it goes in on the line behind the section.
+# CPack 3.25 has no variable for Multi-Arch, so it goes in on the line after the section.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME raiklaik1)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION "libs\nMulti-Arch: same")
 set(CPACK_DEBIAN_RUNTIME_DESCRIPTION

@@ -25,7 +25,7 @@ class TrunkDatabase {
     /// Loads the file and stands before the first section. `buffer` outlives the object.
     TrunkDatabase(OpenMode mode, ValueBuffer buffer);
 
-    /// Makes the next section current; false behind the last.
+    /// Makes the next section current; false after the last.
     bool NextSection();
     /// Goes to the next section whose "trunk_name" is there and equals `trunkName`; false when
     /// there is none.
@@ -52,7 +52,7 @@ class TrunkDatabase {
         return Read(key) && support::IsSame(Text(), text);
     }
 
-    /// Sets the entry with this key, or adds it behind the last. Returns true.
+    /// Sets the entry with this key, or appends it. Returns true.
     bool Set(const char* key, const char* text);
     /// The same; the text ends at its first NUL.
     bool Set(const char* key, const std::string& text);
@@ -60,10 +60,10 @@ class TrunkDatabase {
     void Copy(const char* from, const char* to);
     /// Removes the entries with this key; none is no failure.
     void Erase(const char* key);
-    /// Adds an entry behind the last.
+    /// Appends an entry.
     void AddEntry(const char* key, const char* text);
 
-    /// Adds an empty section behind the last one and makes it current.
+    /// Appends an empty section and makes it current.
     void AppendSection();
     /// Adds an empty section before the first one and makes it current.
     void InsertFirstSection();
