@@ -132,8 +132,8 @@ class __attribute__((visibility("default"))) CSIPTrunkLogger {
     /// Throws a std::exception when the line cannot be made, above all without memory.
     __attribute__((format(printf, 3, 4))) void TRACE(unsigned char level, const char* format, ...);
 
-    /// Makes the time prefix of this moment, and takes note of its second for the next one. Unlike
-    /// TRACE, not to be called while another thread uses the logger.
+    /// Makes the time prefix of a line, and remembers its second for the next one. Unlike TRACE,
+    /// not to be called while another thread uses the logger.
     std::string FormatTime();
 
   private:
@@ -377,7 +377,7 @@ class __attribute__((visibility("default"))) CSIPTrunkConfig {
     /// @name Clock
     /// @{
 
-    /// Appends the local time of now, HH:MM:SS, to `time` and its date, MM/DD/YYYY, to `date`.
+    /// Appends the current local time, HH:MM:SS, to `time` and the date, MM/DD/YYYY, to `date`.
     /// Takes no lock and touches no file. Throws std::bad_alloc without memory.
     void GetLocalDateTime(std::string& time, std::string& date);
     /// @}
