@@ -59,17 +59,13 @@ void free(void* memory) noexcept {
 
 namespace {
 
-// A save costs three more than a find: what changed, the pieces to write, and the folder that is
-// swept; the list of sections may have to grow once.
 constexpr long kMostAllocations = 8;
-constexpr long kMostAllocationsOfAStore = 11;
 
 bool IsAsPromised(std::string_view job, int trunks, long allocations, long peak, long file) {
     if (job == "list") {  // the records come on top
         return allocations <= kMostAllocations + 2 * (trunks / 2);
     }
-    const long most = job == "store" ? kMostAllocationsOfAStore : kMostAllocations;
-    return allocations <= most && peak <= file + 16 * (trunks + 1) + (40 << 10);
+    return allocations <= kMostAllocations && peak <= file + 16 * (trunks + 1) + (40 << 10);
 }
 
 bool Measure(const Job& job, int trunks, const std::string& parent) {

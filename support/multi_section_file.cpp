@@ -1,11 +1,15 @@
 #include "support/multi_section_file.h"
 
+#include <algorithm>
 #include <stdexcept>
+
+#include "support/durable_file.h"
+#include "support/entry.h"
 
 namespace Configuration {
 
 using support::Entry;
-using support::Section;
+using support::kLineFeedsAfterText;
 
 MultiSectionFile::MultiSectionFile(const char* path, bool createIfMissing, bool readOnly, bool,
                                    const char* keyword, const char* opener, const char* closer,
@@ -14,23 +18,21 @@ MultiSectionFile::MultiSectionFile(const char* path, bool createIfMissing, bool 
       m_readOnly(readOnly),
       m_grammar(keyword, opener, closer, separator, commentMark),
       m_text(support::ReadWholeFile(path, createIfMissing)),
-      m_sections(FindSections(m_path, m_text.View(), m_grammar)) {}
+      m_stretches(FindSections(m_path, m_text.View(), m_grammar)) {}
 
 MultiSectionFile::~MultiSectionFile() = default;
 
 void MultiSectionFile::Restart() {
     m_hasCurrent = false;
-    m_next = 0;
+    m_section = 0;
 }
 
 bool MultiSectionFile::GotoNextSection() {
-    m_hasCurrent = false;
-    while (!m_hasCurrent && m_next < m_sections.size()) {
-        const std::string_view section = TextOf(m_sections[m_next++]);
-        if (!section.empty()) {
-            m_entries.Take(section);
-            m_hasCurrent = true;
-        }
+    m_hasCurrent = m_section + 1 < m_stretches.size();
+    if (m_hasCurrent) {
+        ++m_section;
+        m_isChanged = false;
+        m_entries.Take(Stretch());
     }
     return m_hasCurrent;
 }
@@ -58,21 +60,29 @@ unsigned int MultiSectionFile::GetSectionEntry(const char* key, char* buffer,
     return support::CopyValue(entry->value, buffer, size) + 1;
 }
 
-// Returns the current section's text, to be changed; kLineFeedsAfterText line feeds follow it in
-// the string. After the change m_entries takes the section again.
-std::string& MultiSectionFile::ChangeableText() {
-    Section& section = m_sections[m_next - 1];
-    if (!IsEdited(section)) {
-        const std::string_view text = TextOf(section);
-        std::string padded;
-        padded.reserve(2 * text.size() +
-                       support::kLineFeedsAfterText);  // values and entries to come find room
-        padded.append(text).append(support::kLineFeedsAfterText, '\n');
-        m_edits.push_back({section, std::move(padded)});
-        section = {m_edits.size() - 1, 0};
-        m_entries.Take(CurrentText());
+// Takes the text of a stretch that is changed.
+void MultiSectionFile::HoldChanged(std::string text) {
+    text.append(kLineFeedsAfterText, '\n');
+    if (!m_changed.empty()) {
+        // So long a string keeps its bytes where they are when it is moved.
+        m_changedBefore.push_back(std::move(m_changed));
     }
-    return m_edits[section.begin].padded;
+    m_changed = std::move(text);
+}
+
+// Changes the stretch of m_section. `change` gets its text with kLineFeedsAfterText line feeds.
+template <typename Change>
+void MultiSectionFile::ChangeStretch(const Change& change) {
+    std::string_view& stretch = m_stretches[m_section];
+    if (!m_isChanged) {
+        std::string copy;
+        copy.reserve(2 * stretch.size() + kLineFeedsAfterText);  // values and entries to come fit
+        HoldChanged(std::move(copy.append(stretch)));
+        m_isChanged = true;
+    }
+    change(m_changed);
+    stretch = Changed();
+    m_entries.Take(stretch);
 }
 
 void MultiSectionFile::CheckEntry(const char* key, const char* value) const {
@@ -89,113 +99,90 @@ bool MultiSectionFile::SetSectionEntry(const char* key, const char* value) {
         return true;
     }
     const std::size_t size = found->value.size();
-    const auto place = static_cast<std::size_t>(found->value.data() - CurrentText().data());
-    ChangeableText().replace(place, size, value);
-    m_entries.Take(CurrentText());
+    const auto place = static_cast<std::size_t>(found->value.data() - Stretch().data());
+    ChangeStretch([&](std::string& text) { text.replace(place, size, value); });
     return true;
+}
+
+// Returns where the current section's last line begins in its stretch, mostly the stretch's last.
+std::size_t MultiSectionFile::CloserLine() const {
+    const std::string_view stretch = Stretch();
+    std::size_t line = stretch.size();
+    do {
+        line = stretch.rfind('\n', line - 2) + 1;
+    } while (m_grammar.KindOf(support::LineAt(&stretch[line])) != support::LineKind::kCloser);
+    return line;
 }
 
 void MultiSectionFile::AddSectionEntry(const char* key, const char* value) {
     CheckEntry(key, value);
     std::string line(key);
     line.append(1, m_grammar.Separator()).append(value).append(1, '\n');
-    const std::string_view section = CurrentText();
-    const std::size_t closer = section.rfind('\n', section.size() - 2) + 1;
-    ChangeableText().insert(closer, line);
-    m_entries.Take(CurrentText());
+    const std::size_t closer = CloserLine();
+    ChangeStretch([&](std::string& text) { text.insert(closer, line); });
 }
 
 void MultiSectionFile::DeleteSectionEntry(const char* key) {
     CheckWritable();
     CheckCurrent();
-    const std::string_view section = CurrentText();
-    const char* const end = section.data() + section.size();
-    const char* rest = section.data();  // what `kept` does not hold yet
-    std::string kept;
-    Entry entry;
-    const char* line = rest;
-    while ((line = m_grammar.NextEntry(line, end, entry)) != nullptr) {
-        if (entry.key == key) {
-            const char* begin = entry.key.data();
-            while (support::IsBlank(begin[-1])) {
-                --begin;
+    ChangeStretch([&](std::string& text) {
+        const char* const end = text.data() + text.size() - kLineFeedsAfterText;
+        char* kept = text.data();        // where the text to keep ends
+        const char* rest = text.data();  // where the text begins that is not yet moved there
+        const char* line = rest;
+        Entry entry;
+        while ((line = m_grammar.NextEntry(line, end, entry)) != nullptr) {
+            if (entry.key == key) {
+                const char* begin = entry.key.data();
+                while (support::IsBlank(begin[-1])) {
+                    --begin;
+                }
+                kept = std::copy(rest, begin, kept);
+                rest = line;
             }
-            kept.append(rest, begin);
-            rest = line;
         }
-    }
-    kept.append(rest, end).append(support::kLineFeedsAfterText, '\n');
-    ChangeableText() = std::move(kept);
-    m_entries.Take(CurrentText());
+        text.erase(static_cast<std::size_t>(kept - text.data()),
+                   static_cast<std::size_t>(rest - kept));
+    });
 }
 
 void MultiSectionFile::DeleteSection() {
     CheckWritable();
     CheckCurrent();
-    ChangeableText().assign(support::kLineFeedsAfterText, '\n');
+    const std::string_view stretch = Stretch();
+    const std::size_t end = std::min(stretch.find('\n', CloserLine()), stretch.size() - 1) + 1;
     m_hasCurrent = false;
-}
-
-// Gives the last line a line feed, should it have none.
-void MultiSectionFile::EndLastLine() {
-    const bool endsWithSection =
-        !m_sections.empty() && StretchOf(m_sections.back()).end == m_text.size;
-    if (endsWithSection && IsEdited(m_sections.back())) {
-        Edit& edit = m_edits[m_sections.back().begin];
-        if (!edit.Text().empty() && edit.Text().back() != '\n') {
-            edit.padded.push_back('\n');
-        }
-    } else if (m_text.size > 0 && m_text.View().back() != '\n') {
-        ++m_text.size;  // takes in the first line feed of the padding
-        if (endsWithSection) {
-            m_sections.back().end = m_text.size;
-        }
+    m_isChanged = false;
+    --m_section;
+    if (end < stretch.size()) {  // the lines after the section stay
+        ChangeStretch([&](std::string& text) {
+            text.insert(text.size() - kLineFeedsAfterText, stretch.substr(end));
+        });
     }
+    m_stretches.erase(m_stretches.begin() + static_cast<std::ptrdiff_t>(m_section) + 1);
 }
 
 void MultiSectionFile::AddSection(bool first) {
     CheckWritable();
     m_hasCurrent = false;
-    auto next = first ? m_sections.begin() : m_sections.end();
-    while (next != m_sections.end() && TextOf(*next).empty()) {
-        ++next;  // was removed
+    m_isChanged = false;
+    HoldChanged(std::string(m_grammar.OpenerLine()).append({m_grammar.Closer(), '\n'}));
+    m_section = first ? 1 : m_stretches.size();
+    m_stretches.insert(m_stretches.begin() + static_cast<std::ptrdiff_t>(m_section), Changed());
+    std::string_view& before = m_stretches[m_section - 1];
+    if (!before.empty() && before.back() != '\n') {
+        before = {before.data(), before.size() + 1};  // takes in a line feed that follows it
     }
-    if (next == m_sections.end()) {
-        EndLastLine();
-    }
-    const std::size_t place = next == m_sections.end() ? m_text.size : StretchOf(*next).begin;
-    std::string padded(m_grammar.OpenerLine());
-    padded.append({m_grammar.Closer(), '\n'}).append(support::kLineFeedsAfterText, '\n');
-    m_edits.push_back({{place, place}, std::move(padded)});
-    const auto added = m_sections.insert(next, {m_edits.size() - 1, 0});
-    m_next = static_cast<std::size_t>(added - m_sections.begin()) + 1;
     m_hasCurrent = true;
-    m_entries.Take(CurrentText());
-}
-
-// The file's text as it stands: the unchanged stretches and, between them, the edits.
-support::TextPieces MultiSectionFile::Pieces() const {
-    const std::string_view text = m_text.View();
-    support::TextPieces pieces;
-    pieces.reserve(2 * m_edits.size() + 1);
-    std::size_t written = 0;
-    for (const Section& section : m_sections) {
-        if (IsEdited(section)) {
-            const Edit& edit = m_edits[section.begin];
-            pieces.push_back(text.substr(written, edit.stretch.begin - written));
-            pieces.push_back(edit.Text());
-            written = edit.stretch.end;
-        }
-    }
-    pieces.push_back(text.substr(written));
-    return pieces;
+    m_isChanged = true;
+    m_entries.Take(Stretch());
 }
 
 void MultiSectionFile::Save(bool, const char*) {
     if (m_readOnly) {
         throw std::logic_error(m_path + ": save of a file opened read-only");
     }
-    support::ReplaceFile(m_path.c_str(), m_text.identity, Pieces());
+    support::ReplaceFile(m_path.c_str(), m_text.identity, m_stretches);
 }
 
 }  // namespace Configuration

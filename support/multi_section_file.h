@@ -5,8 +5,6 @@
 #include <string_view>
 #include <vector>
 
-#include "support/durable_file.h"
-#include "support/entry.h"
 #include "support/section_text.h"
 #include "support/whole_file.h"
 
@@ -33,7 +31,7 @@ class MultiSectionFile {
     /// @param readOnly true refuses changes
     /// @param keyword the word that opens a section
     /// @param opener,closer,separator,commentMark the marks of the grammar, one character each,
-    /// ASCII, no blank, and not in the keyword; a line end behind it is part of the notation and
+    /// ASCII, no blank, and not in the keyword; a line end after it is part of the notation and
     /// not looked at
     ///
     /// The two other arguments are not used.
@@ -63,15 +61,15 @@ class MultiSectionFile {
     /// @return 0 when the key is absent, otherwise the length of the text in the buffer and its
     /// NUL.
     unsigned int GetSectionEntry(const char* key, char* buffer, unsigned int size) const;
-    /// Sets an entry of the current section: the first with this key, or a new one behind the last.
+    /// Sets an entry of the current section: the first with this key, or a new one after the last.
     /// Returns true. Throws std::invalid_argument, before anything changes, when the file could not
     /// give the entry back (CheckStorable in support/entry.h).
     bool SetSectionEntry(const char* key, const char* value);
 
     /// Makes a new, empty section the current one: before the first section when `first` is true,
-    /// behind the last line of the file otherwise.
+    /// after the last line of the file otherwise.
     void AddSection(bool first);
-    /// Adds an entry behind the last one of the current section. Throws like SetSectionEntry.
+    /// Appends an entry to the current section. Throws like SetSectionEntry.
     void AddSectionEntry(const char* key, const char* value);
 
     /// Removes the current section, from its opening line to its closing line. No section is
@@ -86,27 +84,6 @@ class MultiSectionFile {
     void Save(bool, const char*);
 
   private:
-    // A section's text instead of its stretch of m_text, which is empty for one that was added.
-    struct Edit {
-        support::Section stretch;
-        std::string
-            padded;  // the text, empty for one that was removed, and kLineFeedsAfterText line feeds
-
-        std::string_view Text() const {
-            return {padded.data(), padded.size() - support::kLineFeedsAfterText};
-        }
-    };
-
-    // An edited section has no end in m_sections, and begins with the number of its edit.
-    static bool IsEdited(const support::Section& section) { return section.end == 0; }
-    std::string_view TextOf(const support::Section& section) const {
-        return IsEdited(section) ? m_edits[section.begin].Text()
-                                 : std::string_view(m_text.bytes.get() + section.begin,
-                                                    section.end - section.begin);
-    }
-    const support::Section& StretchOf(const support::Section& section) const {
-        return IsEdited(section) ? m_edits[section.begin].stretch : section;
-    }
     void CheckCurrent() const {
         if (!m_hasCurrent) {
             ThrowNoCurrent();
@@ -115,20 +92,28 @@ class MultiSectionFile {
     [[noreturn]] void ThrowNoCurrent() const;
     void CheckWritable() const;
     void CheckEntry(const char* key, const char* value) const;
-    std::string_view CurrentText() const { return TextOf(m_sections[m_next - 1]); }
-    std::string& ChangeableText();
-    void EndLastLine();
-    support::TextPieces Pieces() const;
+    std::string_view Stretch() const { return m_stretches[m_section]; }
+    std::size_t CloserLine() const;
+    std::string_view Changed() const {
+        return {m_changed.data(), m_changed.size() - support::kLineFeedsAfterText};
+    }
+    void HoldChanged(std::string text);
+    template <typename Change>
+    void ChangeStretch(const Change& change);
 
     std::string m_path;
     bool m_readOnly;
     support::SectionGrammar m_grammar;
     support::FileText m_text;  // as loaded
-    std::vector<support::Section> m_sections;
-    std::vector<Edit> m_edits;
+    // The text as it stands, cut before each section (support::FindSections). A stretch is a view
+    // of m_text or of one of these strings, each of which ends in kLineFeedsAfterText line feeds.
+    std::vector<std::string_view> m_stretches;
+    std::vector<std::string> m_changedBefore;
+    std::string m_changed;     // of the stretch that was changed last
+    bool m_isChanged = false;  // whether this is m_section's
 
-    std::size_t m_next = 0;                                // the section that the walk goes to
-    bool m_hasCurrent = false;                             // whether the one before it is current
+    std::size_t m_section = 0;  // the stretch where the walk stands; 0 is before all sections
+    bool m_hasCurrent = false;  // whether its section is current
     mutable support::SectionEntries m_entries{m_grammar};  // of the current section
 };
 

@@ -1,20 +1,48 @@
 #include "support/section_text.h"
 
-#include <iterator>
+#include <algorithm>
 #include <stdexcept>
 
 #include "support/entry.h"
-#include "support/written_text.h"
+#include "support/written_blocks.h"
 
 namespace support {
 
 namespace {
 
-[[noreturn]] void ThrowMalformed(const std::string& path, std::string_view text,
-                                 std::size_t position, const char* reason) {
-    const std::string_view before = text.substr(0, position);
-    const auto number = 1 + std::count(before.begin(), before.end(), '\n');
+// A trunk's section is hardly shorter, so the list of them need not grow.
+constexpr std::size_t kUsualSize = 196;
+
+[[noreturn]] void ThrowMalformed(const std::string& path, std::string_view text, const char* line,
+                                 const char* reason) {
+    const auto number = 1 + std::count(text.data(), line, '\n');
     throw std::runtime_error(path + ":" + std::to_string(number) + ": " + reason);
+}
+
+// Passes over lines of a section as programs write them, and over what they write between two
+// sections. Returns the line that needs a closer look, which is in a section, or a place after the
+// text.
+const char* SkipWrittenLines(const char* line, const SectionGrammar& grammar,
+                             Stretches& stretches) {
+#if defined(__SSE2__)
+    line = SkipWrittenBlocks(line, grammar, stretches);
+#endif
+    const char* const textEnd = stretches.back().data() + stretches.back().size();
+    for (;;) {
+        const char* const keyEnd = grammar.WrittenKeyEnd(line);
+        if (keyEnd != nullptr) {
+            const char* const lineEnd = LineEnd(keyEnd + 1);
+            if (*lineEnd == '\0') {
+                return line;
+            }
+            line = lineEnd + 1;
+        } else if (grammar.IsSeam(line, textEnd)) {
+            Cut(stretches, line + 2);
+            line += grammar.Seam().size();
+        } else {
+            return line;
+        }
+    }
 }
 
 }  // namespace
@@ -92,68 +120,56 @@ const char* SectionGrammar::NextOtherEntry(const char* line, const char* end, En
     return nullptr;
 }
 
-void MakeRoom(std::vector<Section>& sections, std::size_t end, std::size_t textSize) {
-    // For as many as the text holds, should the others be as long as those so far. Enough are
-    // looked at first to tell.
-    constexpr std::size_t kFirst = 256;
-    const std::size_t count = sections.size();
-    const std::size_t expected = count == 0 ? 0 : textSize / std::max<std::size_t>(end / count, 1);
-    sections.reserve(std::max({kFirst, expected, count + count / 2}));
-}
-
 const Entry* SectionEntries::Find(std::string_view key) {
-    for (const Entry* entry = m_table; entry != m_table + m_count; ++entry) {
+    for (const Entry* entry = m_table; entry != m_free; ++entry) {
         if (IsSame(entry->key, key)) {
             return entry;
         }
     }
     const char* line = m_next;
-    for (;;) {
-        Entry* const entry = &m_table[m_count];
-        line = m_grammar.NextEntry(line, m_end, *entry);
-        if (line == nullptr) {
-            return nullptr;
-        }
-        if (m_count < kRoom) {
-            ++m_count;
+    while ((line = m_grammar.NextEntry(line, m_end, *m_free)) != nullptr) {
+        const Entry* const entry = m_free;
+        if (entry != &m_table[kRoom]) {
+            ++m_free;
             m_next = line;
         }
         if (IsSame(entry->key, key)) {
             return entry;
         }
     }
+    return nullptr;
 }
 
-std::vector<Section> FindSections(const std::string& path, std::string_view text,
-                                  const SectionGrammar& grammar) {
-    std::vector<Section> sections;
-    const auto isOpen = [&] { return !sections.empty() && sections.back().end == 0; };
-    for (std::size_t line = 0;;) {
-        if (isOpen()) {
-            line = SkipWrittenLines(text, line, grammar, sections);
+Stretches FindSections(const std::string& path, std::string_view text,
+                       const SectionGrammar& grammar) {
+    const char* const textEnd = text.data() + text.size();
+    Stretches stretches;
+    stretches.reserve(text.size() / kUsualSize + 8);
+    stretches.push_back(text);
+    bool inSection = false;
+    for (const char* line = text.data();;) {
+        if (inSection) {
+            line = SkipWrittenLines(line, grammar, stretches);
         }
-        if (line >= text.size()) {
+        if (line >= textEnd) {
             break;
         }
-        const char* const begin = text.data() + line;
-        const char* const end = LineEnd(begin);
-        const LineKind kind = grammar.KindOf(Between(begin, end));
-        const char* const fault = *end == '\0' ? "NUL byte" : FaultOf(kind, isOpen());
+        const char* const lineEnd = LineEnd(line);
+        const LineKind kind = grammar.KindOf(Between(line, lineEnd));
+        const char* const fault = *lineEnd == '\0' ? "NUL byte" : FaultOf(kind, inSection);
         if (fault != nullptr) {
             ThrowMalformed(path, text, line, fault);
         }
-        const std::size_t next = line + static_cast<std::size_t>(end - begin) + 1;
         if (kind == LineKind::kOpener) {
-            OpenSection(sections, line, text.size());
-        } else if (kind == LineKind::kCloser) {
-            sections.back().end = std::min(next, text.size());
+            Cut(stretches, line);
         }
-        line = next;
+        inSection = kind == LineKind::kOpener || (inSection && kind != LineKind::kCloser);
+        line = lineEnd + 1;
     }
-    if (isOpen()) {
-        ThrowMalformed(path, text, sections.back().begin, "section is not closed");
+    if (inSection) {
+        ThrowMalformed(path, text, stretches.back().data(), "section is not closed");
     }
-    return sections;
+    return stretches;
 }
 
 }  // namespace support

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -8,8 +7,8 @@
 
 #include "support/word_step.h"
 
-// The text of a sectioned file. kLineFeedsAfterText line feeds follow every text and section that
-// is read here (support/whole_file.h), so that no search has to look where the text ends.
+// The text of a sectioned file. kLineFeedsAfterText line feeds follow every text that is read here
+// (support/whole_file.h), so that no search has to look where the text ends.
 
 namespace support {
 
@@ -37,6 +36,9 @@ struct Entry {
 inline std::string_view Between(const char* begin, const char* end) {
     return {begin, static_cast<std::size_t>(end - begin)};
 }
+
+/// Returns the line that begins at `begin`, without its line end.
+inline std::string_view LineAt(const char* begin) { return Between(begin, LineEnd(begin)); }
 
 /// The keyword and the marks, and what lines look like with them. An object never changes.
 class SectionGrammar {
@@ -71,13 +73,19 @@ class SectionGrammar {
         return lineEnd + 1;
     }
 
-    char Closer() const { return m_closer; }
-    char Separator() const { return m_separator; }
-    char CommentMark() const { return m_commentMark; }
+    /// Tells whether a section ends at `line` and the next one begins after it, as programs write
+    /// the two lines.
+    bool IsSeam(const char* line, const char* textEnd) const {
+        return textEnd - line >= static_cast<std::ptrdiff_t>(m_seam.size()) &&
+               IsSame({line, m_seam.size()}, m_seam);
+    }
     /// What is written between the entries of two sections: the lines of a closer and an opener.
     std::string_view Seam() const { return m_seam; }
     /// The line that opens a section, as it is written.
     std::string_view OpenerLine() const { return Seam().substr(2); }
+    char Closer() const { return m_closer; }
+    char Separator() const { return m_separator; }
+    char CommentMark() const { return m_commentMark; }
 
   private:
     const char* NextOtherEntry(const char* line, const char* end, Entry& entry) const;
@@ -91,33 +99,29 @@ class SectionGrammar {
     std::string m_seam;
 };
 
-/// A section's stretch of a text, from the begin of its opener's line to the end of its closer's.
-struct Section {
-    std::size_t begin;
-    std::size_t end;  ///< 0 until it is found
-};
+/// A text cut before the line of each section's opener. The first stretch holds the lines before
+/// all sections; each other one a section and the lines after it, up to the next section.
+using Stretches = std::vector<std::string_view>;
 
-/// Makes room for more sections after those of a text with `textSize` bytes, up to `end`.
-void MakeRoom(std::vector<Section>& sections, std::size_t end, std::size_t textSize);
-
-/// Adds a section whose end is not known yet.
-inline void OpenSection(std::vector<Section>& sections, std::size_t begin, std::size_t textSize) {
-    if (sections.size() == sections.capacity()) {
-        MakeRoom(sections, begin, textSize);
-    }
-    sections.push_back({begin, 0});
+/// Cuts the last stretch at `opener`.
+inline void Cut(Stretches& stretches, const char* opener) {
+    const std::string_view last = stretches.back();
+    stretches.back() = Between(last.data(), opener);
+    stretches.push_back(Between(opener, last.data() + last.size()));
 }
 
 /// The entries of one section, cut as far as searches needed them.
 class SectionEntries {
   public:
     explicit SectionEntries(const SectionGrammar& grammar) : m_grammar(grammar) {}
+    SectionEntries(const SectionEntries&) = delete;
+    SectionEntries& operator=(const SectionEntries&) = delete;
 
-    /// Forgets the section before and takes this one, which is well-formed.
-    void Take(std::string_view section) {
-        m_count = 0;
-        m_end = section.data() + section.size();
-        m_next = LineEnd(section.data()) + 1;  // the opener's line has no entry
+    /// Forgets the section before and takes that of this stretch.
+    void Take(std::string_view stretch) {
+        m_free = m_table;
+        m_end = stretch.data() + stretch.size();
+        m_next = LineEnd(stretch.data()) + 1;  // the opener's line has no entry
     }
     /// Returns the first entry with the key, null without one. It is there until the next search.
     const Entry* Find(std::string_view key);
@@ -128,16 +132,16 @@ class SectionEntries {
     const SectionGrammar& m_grammar;
     const char* m_next = nullptr;  // the line after the entries of the table
     const char* m_end = nullptr;
-    std::size_t m_count = 0;   // of the entries that stay in the table
+    Entry* m_free = m_table;   // the place after the entries that stay in the table
     Entry m_table[kRoom + 1];  // the last place is for those of a longer section
 };
 
-/// Checks a whole text and finds its sections.
+/// Checks a whole text and cuts it before its sections.
 /// @param path the file's name, for the failure's text
 ///
 /// Throws std::runtime_error with the text "path:line: reason" at the first line that breaks the
 /// grammar, or holds a NUL byte, as lost writes leave them on flash.
-std::vector<Section> FindSections(const std::string& path, std::string_view text,
-                                  const SectionGrammar& grammar);
+Stretches FindSections(const std::string& path, std::string_view text,
+                       const SectionGrammar& grammar);
 
 }  // namespace support

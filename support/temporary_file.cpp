@@ -93,16 +93,19 @@ FileDescriptor TemporaryFile::Create() {
 void TemporaryFile::Write(const std::vector<std::string_view>& pieces) {
     std::array<struct iovec, 64> parts{};
     std::size_t used = 0;
+    const char* end = nullptr;  // of the last part
     for (const std::string_view piece : pieces) {
-        if (piece.empty()) {
-            continue;
+        if (used > 0 && piece.data() == end) {
+            parts.at(used - 1).iov_len += piece.size();
+        } else {
+            if (used == parts.size()) {
+                WriteParts(parts.data(), used);
+                used = 0;
+            }
+            // writev only reads, but its interface is not const.
+            parts.at(used++) = {const_cast<char*>(piece.data()), piece.size()};
         }
-        // writev only reads, but its interface is not const.
-        parts.at(used++) = {const_cast<char*>(piece.data()), piece.size()};
-        if (used == parts.size()) {
-            WriteParts(parts.data(), used);
-            used = 0;
-        }
+        end = piece.data() + piece.size();
     }
     WriteParts(parts.data(), used);
 }

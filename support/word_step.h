@@ -46,14 +46,14 @@ class ByteLimit {
     /// Returns the first byte from `at` on that is at or below the limit. There has to be one, and
     /// a word's size of bytes after it, which are read as well.
     const char* First(const char* at) const {
-        for (;; at += sizeof(Word)) {
-            const Word hits = Hits(WordAt(at));
-            if (hits != 0) {
-                const int bit = sizeof(Word) > 4 ? __builtin_ctzll(hits)
-                                                 : __builtin_ctz(static_cast<std::uint32_t>(hits));
-                return at + static_cast<unsigned>(bit) / 8;
-            }
+        Word hits = Hits(WordAt(at));
+        while (hits == 0) {
+            at += sizeof(Word);
+            hits = Hits(WordAt(at));
         }
+        const int bit = sizeof(Word) > 4 ? __builtin_ctzll(hits)
+                                         : __builtin_ctz(static_cast<std::uint32_t>(hits));
+        return at + static_cast<unsigned>(bit) / 8;
     }
 
   private:

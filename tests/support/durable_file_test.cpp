@@ -22,6 +22,7 @@ TEST_F(DurableFileTest, TheNewTextIsThePiecesOneAfterTheOther) {
         bytes.push_back(static_cast<char>(code));
     }
     const std::string large(1000000, 'x');
+    const std::string_view inRow = bytes;
     const std::vector<support::TextPieces> cases = {
         {},
         {""},
@@ -30,6 +31,8 @@ TEST_F(DurableFileTest, TheNewTextIsThePiecesOneAfterTheOther) {
         {bytes},
         {"", "a", "", "", "bc", ""},
         {large, "", bytes, large},
+        {std::string_view(), "a"},
+        {inRow.substr(0, 3), inRow.substr(3, 100), inRow.substr(103), inRow.substr(0, 3), "b"},
         support::TextPieces(64, "ab"),
         support::TextPieces(65, "ab"),
         support::TextPieces(1000, "ab"),
@@ -44,6 +47,25 @@ TEST_F(DurableFileTest, TheNewTextIsThePiecesOneAfterTheOther) {
         EXPECT_TRUE(ReadFile(m_path) == text) << pieces.size() << " pieces";
     }
     EXPECT_EQ(EntriesOf(m_folder.Path()), m_fileAlone);
+}
+
+TEST_F(DurableFileTest, PiecesThatFollowEachOtherInMemoryAreWrittenAtOnce) {
+    const std::string text(10000, 'x');
+    support::TextPieces pieces;
+    for (std::size_t place = 0; place < text.size(); place += 10) {
+        pieces.push_back(std::string_view(text).substr(place, 10));
+    }
+    WriteFile(m_path, "old");
+    int writes = 0;
+    {
+        const CallWatch watch(Call::kWritev, [&writes](int) {
+            ++writes;
+            return 0;
+        });
+        Replace(pieces);
+    }
+    EXPECT_EQ(writes, 1);
+    EXPECT_TRUE(ReadFile(m_path) == text);
 }
 
 TEST_F(DurableFileTest, ShortWritesAreContinued) {

@@ -66,22 +66,24 @@ void ForEachText(std::size_t longest, const Check& check) {
 class Reader {
   public:
     // Returns "LINE: reason" for a malformed text, "" otherwise.
-    std::string Read(const std::string& text, std::vector<support::Section>& sections) {
+    std::string Read(const std::string& text, support::Stretches& stretches) {
         if (m_text.bytes == nullptr || m_text.size != text.size()) {
             m_text = support::MakeText(text.size());
         }
         std::memcpy(m_text.bytes.get(), text.data(), text.size());
         try {
-            sections = FindSections("", m_text.View(), m_grammar);
+            stretches = FindSections("", m_text.View(), m_grammar);
         } catch (const std::runtime_error& malformed) {
             return malformed.what() + std::strlen(":");
         }
         return "";
     }
 
-    void EnterSection(const support::Section& section) {
-        m_entries.Take(m_text.View().substr(section.begin, section.end - section.begin));
+    std::size_t PlaceOf(std::string_view stretch) const {
+        return static_cast<std::size_t>(stretch.data() - m_text.bytes.get());
     }
+
+    void EnterSection(std::string_view stretch) { m_entries.Take(stretch); }
 
     std::optional<std::string> Value(const char* key) {
         const support::Entry* const entry = m_entries.Find(key);
@@ -97,22 +99,29 @@ class Reader {
 // Compares the reader with the parser; returns whether the text is well-formed and has sections.
 bool HasSections(Reader& reader, const std::string& text) {
     std::vector<PlainSection> expected;
-    std::vector<support::Section> sections;
+    support::Stretches stretches;
     const std::string fault = PlainParser(kKeyword).Parse(text, expected);
-    EXPECT_EQ(reader.Read(text, sections), fault) << testing::PrintToString(text);
+    EXPECT_EQ(reader.Read(text, stretches), fault) << testing::PrintToString(text);
     if (!fault.empty()) {
         return false;
     }
-    EXPECT_EQ(sections.size(), expected.size()) << testing::PrintToString(text);
-    for (std::size_t i = 0; i < expected.size() && i < sections.size(); ++i) {
-        EXPECT_EQ(sections[i].begin, expected[i].begin) << testing::PrintToString(text);
-        EXPECT_EQ(sections[i].end, expected[i].end) << testing::PrintToString(text);
-        reader.EnterSection(sections[i]);
+    EXPECT_EQ(stretches.size(), expected.size() + 1) << testing::PrintToString(text);
+    std::size_t end = 0;
+    for (std::size_t i = 0; i < stretches.size() && i <= expected.size(); ++i) {
+        EXPECT_EQ(reader.PlaceOf(stretches[i]), end) << testing::PrintToString(text);
+        end += stretches[i].size();
+        if (i == 0) {
+            continue;
+        }
+        const PlainSection& section = expected[i - 1];
+        EXPECT_EQ(reader.PlaceOf(stretches[i]), section.begin) << testing::PrintToString(text);
+        reader.EnterSection(stretches[i]);
         for (const char* key : kKeys) {
-            EXPECT_EQ(reader.Value(key), expected[i].Value(key))
+            EXPECT_EQ(reader.Value(key), section.Value(key))
                 << key << " in " << testing::PrintToString(text);
         }
     }
+    EXPECT_EQ(end, text.size()) << testing::PrintToString(text);
     return !expected.empty();
 }
 
@@ -141,19 +150,53 @@ TEST(EveryShortTextTest, IsReadInsideALongerTextAsAPlainParserReadsIt) {
     }
 }
 
-TEST(EveryShortTextTest, IsWrittenBackByteForByteOrWithTheOneValueThatChanged) {
+class OpenFile : public Configuration::MultiSectionFile {
+  public:
+    OpenFile(const std::string& path, std::size_t section)
+        : MultiSectionFile(path.c_str(), false, false, false, kKeyword, "{\n", "}\n", "=", "#",
+                           nullptr) {
+        while (section-- > 0) {
+            EXPECT_TRUE(GotoNextSection());
+        }
+    }
+    void Save() { MultiSectionFile::Save(true, nullptr); }
+};
+
+TEST(EveryShortTextTest, IsWrittenBackByteForByteAndWithoutTheSectionThatIsDeleted) {
     const TempFolder folder;
     const std::string path = folder.File("siptrunkdb");
-    ForEachText(5, [&](const std::string& text) {
+    ForEachText(std::min<std::size_t>(LongestText(), 6), [&](const std::string& text) {
         std::vector<PlainSection> sections;
         if (!PlainParser(kKeyword).Parse(text, sections).empty() || sections.empty()) {
             return;
         }
         WriteFile(path, text);
-        Configuration::MultiSectionFile file(path.c_str(), false, false, false, kKeyword, "{\n",
-                                             "}\n", "=", "#", nullptr);
-        file.Save(true, nullptr);
+        OpenFile(path, 0).Save();
         ASSERT_EQ(ReadFile(path), text);
+        std::string rest = text;
+        rest.erase(sections[0].begin, sections[0].end - sections[0].begin);
+        OpenFile file(path, 1);
+        file.DeleteSection();
+        file.Save();
+        ASSERT_EQ(ReadFile(path), rest);
+    });
+}
+
+// A new entry stands before the closer, whatever follows the section.
+TEST(EveryShortTextTest, TakesANewEntryAtTheEndOfItsSection) {
+    const TempFolder folder;
+    const std::string path = folder.File("siptrunkdb");
+    ForEachText(2, [&](const std::string& after) {
+        const std::string text = "s{\na=1\n}\n" + after;
+        std::vector<PlainSection> sections;
+        if (!PlainParser(kKeyword).Parse(text, sections).empty()) {
+            return;
+        }
+        WriteFile(path, text);
+        OpenFile file(path, 1);
+        file.AddSectionEntry("b", "2");
+        file.Save();
+        ASSERT_EQ(ReadFile(path), "s{\na=1\nb=2\n}\n" + after);
     });
 }
 

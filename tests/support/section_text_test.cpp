@@ -1,12 +1,16 @@
 #include "support/section_text.h"
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "support/whole_file.h"
 #include "tests/fixture/failure_text.h"
 #include "tests/fixture/plain_parser.h"
 #include "tests/fixture/temp_folder.h"
@@ -269,6 +273,51 @@ TEST_F(SectionTextTest, LongKeywordsAndKeysMakeNoDifference) {
         EXPECT_EQ(file.GetSectionEntry("a", value.data(), 4), 2U) << length;
         EXPECT_STREQ(value.data(), "3");
         EXPECT_FALSE(file.GotoNextSection());
+    }
+}
+
+// A page and, after it, one that no program may read.
+class GuardedPage {
+  public:
+    GuardedPage() {
+        void* const pages =
+            mmap(nullptr, 2 * m_size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        EXPECT_NE(pages, MAP_FAILED);
+        m_begin = static_cast<char*>(pages);
+        EXPECT_EQ(mprotect(m_begin + m_size, m_size, PROT_NONE), 0);
+    }
+    ~GuardedPage() { munmap(m_begin, 2 * m_size); }
+    GuardedPage(const GuardedPage&) = delete;
+    GuardedPage& operator=(const GuardedPage&) = delete;
+
+    // Puts a text and its line feeds at the end of the page.
+    std::string_view Put(const std::string& text) {
+        char* const lineFeeds = m_begin + m_size - support::kLineFeedsAfterText;
+        std::fill_n(lineFeeds, support::kLineFeedsAfterText, '\n');
+        char* const begin = lineFeeds - text.size();
+        (void)text.copy(begin, text.size());
+        return {begin, text.size()};
+    }
+
+  private:
+    const std::size_t m_size = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    char* m_begin = nullptr;
+};
+
+TEST_F(SectionTextTest, NothingIsReadAfterTheLineFeedsThatFollowAText) {
+    GuardedPage page;
+    for (const std::size_t length : {1, 7, 57, 58, 59, 60, 61, 62, 63, 64, 65, 100, 200}) {
+        const std::string keyword(length, 's');
+        const support::SectionGrammar grammar(keyword.c_str(), "{", "}", "=", "#");
+        const std::string section = keyword + " {\na=1\n}\n";
+        const std::string text = section + section + "#";
+        for (std::size_t cut = 0; cut <= text.size(); ++cut) {
+            const std::string_view put = page.Put(text.substr(0, cut));
+            const auto find = [&] { FindSections("", put, grammar); };
+            const bool isWhole = cut == 0 || cut == section.size() - 1 || cut == section.size() ||
+                                 cut + 2 >= text.size();
+            EXPECT_EQ(FailureOf(find) == "no failure", isWhole) << length << ", " << cut;
+        }
     }
 }
 

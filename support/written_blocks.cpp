@@ -1,11 +1,10 @@
-#include "support/written_text.h"
+#include "support/written_blocks.h"
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
 
-#include <algorithm>
+#include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 namespace support {
 
@@ -40,29 +39,25 @@ struct Block {
     bool holdsNul;
 };
 
-std::size_t LineBegin(std::string_view text, std::size_t position) {
-    return text.rfind('\n', position - 1) + 1;
-}
-
 }  // namespace
 
 // A line that begins above ' ' and holds a separator, but not as its first byte, may stand in a
 // section. This looks at all lines of a block at once. A bit is added to the other bytes' bits
 // where each line begins; its carry runs over them to the line's first mark, which has to be a
 // separator.
-std::size_t SkipWrittenLines(std::string_view text, std::size_t line, const SectionGrammar& grammar,
-                             std::vector<Section>& sections) {
+const char* SkipWrittenBlocks(const char* line, const SectionGrammar& grammar,
+                              Stretches& stretches) {
     if (grammar.Separator() <= ' ') {
         return line;
     }
-    const std::string_view seam = grammar.Seam();
+    const char* const textEnd = stretches.back().data() + stretches.back().size();
     const __m128i separator = _mm_set1_epi8(grammar.Separator());
     std::uint64_t beginsLine = 1;  // whether a line begins with the block
     std::uint64_t goesOn = 0;      // whether a line without a mark so far goes on in the block
-    for (std::size_t at = line; at <= text.size(); at += kBlock) {
-        const Block block(text.data() + at, separator);
+    for (const char* at = line; at <= textEnd; at += kBlock) {
+        const Block block(at, separator);
         if (block.holdsNul) {
-            return std::max(line, LineBegin(text, at));
+            return line;
         }
         const std::uint64_t lineFeeds = block.marks & block.low;
         const std::uint64_t begins = lineFeeds << 1U | beginsLine;
@@ -70,21 +65,23 @@ std::size_t SkipWrittenLines(std::string_view text, std::size_t line, const Sect
         goesOn = __builtin_add_overflow(~block.marks, begins | goesOn, &sum) ? 1 : 0;
         std::uint64_t unusual = (sum & lineFeeds) | (begins & (block.low | block.marks));
         for (; unusual != 0; unusual &= unusual - 1) {
-            const std::size_t place = at + static_cast<std::size_t>(__builtin_ctzll(unusual));
+            const char* place = at + __builtin_ctzll(unusual);
             if (place < line) {
                 continue;  // it is in the opener's line of a seam
             }
             // The closer is the whole line before the place, when it is not the opener's own.
-            if (text[place - 2] != '\n' || text.substr(place - 1, seam.size()) != seam) {
-                return std::min(LineBegin(text, place), text.size());
+            if (place[-2] != '\n' || !grammar.IsSeam(place - 1, textEnd)) {
+                while (place[-1] != '\n') {
+                    --place;
+                }
+                return place;
             }
-            line = place - 1 + seam.size();
-            sections.back().end = place + 1;
-            OpenSection(sections, place + 1, text.size());
+            Cut(stretches, place + 1);
+            line = place - 1 + grammar.Seam().size();
         }
         beginsLine = lineFeeds >> 63U;
     }
-    return text.size();
+    return textEnd;
 }
 
 }  // namespace support
