@@ -10,9 +10,8 @@
 // What is kept, always:
 // 1. Until the rename, the file is not touched; the rename makes the new text visible at once.
 // 2. The new text is on the disk before the rename, and the rename before the function returns.
-// 3. The temporary file is readable by its owner alone until it has the old file's owner, access
-// list
-//    and mode, which are those from right before the rename.
+// 3. Only its owner may read the temporary file until it has the old file's owner, access list and
+//    mode; these are the ones from right before the rename.
 // 4. Every failure before the rename removes the temporary file.
 // 5. A file that is not the loaded one is not replaced.
 
@@ -28,7 +27,7 @@ using TextPieces = std::vector<std::string_view>;
 ///     /dir/NAME (new)                      after the rename; then the folder is synced
 ///
 /// The file keeps its owner, group, mode and access list; a path that is a link keeps being one,
-/// and the file behind it is replaced. Other hard links keep the old text; other extended
+/// and the file it leads to is replaced. Other hard links keep the old text; other extended
 /// attributes are not carried over. Temporary files that killed processes left are removed, so only
 /// one process may save a file at a time.
 /// @param path an existing file

@@ -19,7 +19,7 @@ inline std::string_view WithoutLeadingBlanks(std::string_view text) {
     return text.substr(begin);
 }
 
-/// Returns `text` without the blanks behind its last other byte.
+/// Returns `text` without the blanks after its last other byte.
 inline std::string_view WithoutTrailingBlanks(std::string_view text) {
     std::size_t end = text.size();
     while (end > 0 && IsBlank(text[end - 1])) {
@@ -28,7 +28,7 @@ inline std::string_view WithoutTrailingBlanks(std::string_view text) {
     return text.substr(0, end);
 }
 
-/// Copies `value` into `buffer`, cut to `size` - 1 bytes, with a NUL behind it. A `size` of 0
+/// Copies `value` into `buffer`, cut to `size` - 1 bytes, with a NUL after it. A `size` of 0
 /// copies nothing. Returns the length of the copy.
 inline unsigned int CopyValue(std::string_view value, char* buffer, unsigned int size) {
     if (size == 0) {
@@ -40,8 +40,8 @@ inline unsigned int CopyValue(std::string_view value, char* buffer, unsigned int
     return length;
 }
 
-/// Tells why no file can give back an entry with this key, null when one can: it is empty, holds a
-/// line feed or the separator, begins with the comment mark or has a blank at an end.
+/// Returns why no file could give back an entry with this key: it is empty, holds a line feed or
+/// the separator, begins with the comment mark, or has a blank at an end. Null when a file can.
 const char* KeyFault(std::string_view key, char separator, char commentMark);
 
 /// Checks that a file gives back the entry `key``separator``value` as it was given.

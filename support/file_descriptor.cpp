@@ -12,7 +12,7 @@ namespace support {
 
 namespace {
 
-// One call for all three, in nearly every process the only one.
+// One call for all three; in nearly every process it is the only one.
 bool StreamsAreOpen() {
     struct pollfd streams[] = {{STDIN_FILENO, 0, 0}, {STDOUT_FILENO, 0, 0}, {STDERR_FILENO, 0, 0}};
     return RetryInterrupted([&] { return poll(streams, std::size(streams), 0); }) != -1 &&

@@ -37,12 +37,12 @@ class FileDescriptor {
     int m_number;
 };
 
-/// Sees to it that no file that is opened next gets the number of a standard stream: what anybody
-/// prints would go into it. To be called right before a file is opened.
+/// Makes sure that the next file opened does not get the number of a standard stream, since all
+/// that the program prints would go into it. Call it right before opening a file.
 ///
-/// Numbers 0 to 2 that are closed are taken by descriptors that can neither be read nor written, so
-/// that using them fails as before. They stay, and close in a program that is started: closing them
-/// could hit what another thread has meanwhile put there, or is just about to open a file above.
+/// Numbers 0 to 2 that are closed go to descriptors that can be neither read nor written, so using
+/// them fails as before. These stay open until exec: closing them could hit what another thread has
+/// put there by then, or lay the numbers open again while it opens a file.
 /// Returns false, with errno set, when the process can open nothing more.
 bool OccupyStandardStreams();
 

@@ -34,7 +34,7 @@ class LineScanner {
     std::string_view Line() const { return m_text.substr(m_begin, m_lineEnd - m_begin); }
     /// The offset of the line's first byte.
     std::size_t Begin() const { return m_begin; }
-    /// The offset behind the line and its line end: where the next line begins.
+    /// The offset after the line and its line end: where the next line begins.
     std::size_t End() const { return m_end; }
 
   private:

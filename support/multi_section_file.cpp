@@ -1,6 +1,5 @@
 #include "support/multi_section_file.h"
 
-#include <algorithm>
 #include <stdexcept>
 
 #include "support/durable_file.h"
@@ -41,10 +40,15 @@ void MultiSectionFile::ThrowNoCurrent() const {
     throw std::logic_error(m_path + ": no section is current");
 }
 
-void MultiSectionFile::CheckWritable() const {
+void MultiSectionFile::CheckWritable(const char* act) const {
     if (m_readOnly) {
-        throw std::logic_error(m_path + ": change of a file opened read-only");
+        throw std::logic_error(m_path + ": " + act + " of a file opened read-only");
     }
+}
+
+void MultiSectionFile::CheckChangeable() const {
+    CheckWritable("change");
+    CheckCurrent();
 }
 
 void MultiSectionFile::RestartSection() const { CheckCurrent(); }
@@ -70,9 +74,8 @@ void MultiSectionFile::HoldChanged(std::string text) {
     m_changed = std::move(text);
 }
 
-// Changes the stretch of m_section. `change` gets its text with kLineFeedsAfterText line feeds.
-template <typename Change>
-void MultiSectionFile::ChangeStretch(const Change& change) {
+// Replaces `size` bytes at `place` in the stretch of m_section.
+void MultiSectionFile::Replace(std::size_t place, std::size_t size, std::string_view text) {
     std::string_view& stretch = m_stretches[m_section];
     if (!m_isChanged) {
         std::string copy;
@@ -80,14 +83,13 @@ void MultiSectionFile::ChangeStretch(const Change& change) {
         HoldChanged(std::move(copy.append(stretch)));
         m_isChanged = true;
     }
-    change(m_changed);
+    m_changed.replace(place, size, text);
     stretch = Changed();
     m_entries.Take(stretch);
 }
 
 void MultiSectionFile::CheckEntry(const char* key, const char* value) const {
-    CheckWritable();
-    CheckCurrent();
+    CheckChangeable();
     support::CheckStorable(m_path, key, value, m_grammar.Separator(), m_grammar.CommentMark());
 }
 
@@ -100,7 +102,7 @@ bool MultiSectionFile::SetSectionEntry(const char* key, const char* value) {
     }
     const std::size_t size = found->value.size();
     const auto place = static_cast<std::size_t>(found->value.data() - Stretch().data());
-    ChangeStretch([&](std::string& text) { text.replace(place, size, value); });
+    Replace(place, size, value);
     return true;
 }
 
@@ -118,52 +120,45 @@ void MultiSectionFile::AddSectionEntry(const char* key, const char* value) {
     CheckEntry(key, value);
     std::string line(key);
     line.append(1, m_grammar.Separator()).append(value).append(1, '\n');
-    const std::size_t closer = CloserLine();
-    ChangeStretch([&](std::string& text) { text.insert(closer, line); });
+    Replace(CloserLine(), 0, line);
 }
 
 void MultiSectionFile::DeleteSectionEntry(const char* key) {
-    CheckWritable();
-    CheckCurrent();
-    ChangeStretch([&](std::string& text) {
-        const char* const end = text.data() + text.size() - kLineFeedsAfterText;
-        char* kept = text.data();        // where the text to keep ends
-        const char* rest = text.data();  // where the text begins that is not yet moved there
-        const char* line = rest;
-        Entry entry;
-        while ((line = m_grammar.NextEntry(line, end, entry)) != nullptr) {
-            if (entry.key == key) {
-                const char* begin = entry.key.data();
-                while (support::IsBlank(begin[-1])) {
-                    --begin;
-                }
-                kept = std::copy(rest, begin, kept);
-                rest = line;
+    CheckChangeable();
+    const std::string_view stretch = Stretch();
+    const char* const end = stretch.data() + stretch.size();
+    const char* rest = stretch.data();  // what `kept` does not hold yet
+    std::string kept;
+    Entry entry;
+    for (const char* line = rest; (line = m_grammar.NextEntry(line, end, entry)) != nullptr;) {
+        if (entry.key == key) {
+            const char* begin = entry.key.data();
+            while (support::IsBlank(begin[-1])) {
+                --begin;
             }
+            kept.append(rest, begin);
+            rest = line;
         }
-        text.erase(static_cast<std::size_t>(kept - text.data()),
-                   static_cast<std::size_t>(rest - kept));
-    });
+    }
+    kept.append(rest, end);
+    Replace(0, stretch.size(), kept);
 }
 
 void MultiSectionFile::DeleteSection() {
-    CheckWritable();
-    CheckCurrent();
+    CheckChangeable();
     const std::string_view stretch = Stretch();
-    const std::size_t end = std::min(stretch.find('\n', CloserLine()), stretch.size() - 1) + 1;
+    const std::size_t closerEnd = stretch.find('\n', CloserLine());
     m_hasCurrent = false;
     m_isChanged = false;
     --m_section;
-    if (end < stretch.size()) {  // the lines after the section stay
-        ChangeStretch([&](std::string& text) {
-            text.insert(text.size() - kLineFeedsAfterText, stretch.substr(end));
-        });
+    if (closerEnd < stretch.size() - 1) {  // the lines after the section stay
+        Replace(Stretch().size(), 0, stretch.substr(closerEnd + 1));
     }
     m_stretches.erase(m_stretches.begin() + static_cast<std::ptrdiff_t>(m_section) + 1);
 }
 
 void MultiSectionFile::AddSection(bool first) {
-    CheckWritable();
+    CheckWritable("change");
     m_hasCurrent = false;
     m_isChanged = false;
     HoldChanged(std::string(m_grammar.OpenerLine()).append({m_grammar.Closer(), '\n'}));
@@ -179,9 +174,7 @@ void MultiSectionFile::AddSection(bool first) {
 }
 
 void MultiSectionFile::Save(bool, const char*) {
-    if (m_readOnly) {
-        throw std::logic_error(m_path + ": save of a file opened read-only");
-    }
+    CheckWritable("save");
     support::ReplaceFile(m_path.c_str(), m_text.identity, m_stretches);
 }
 

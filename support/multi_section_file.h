@@ -35,6 +35,7 @@ class MultiSectionFile {
     /// not looked at
     ///
     /// The two other arguments are not used.
+    ///
     /// Throws std::system_error with the text "path: step: reason" when the file cannot be read,
     /// and std::runtime_error with the text "path:line: reason" when it breaks the grammar.
     MultiSectionFile(const char* path, bool createIfMissing, bool readOnly, bool,
@@ -90,7 +91,8 @@ class MultiSectionFile {
         }
     }
     [[noreturn]] void ThrowNoCurrent() const;
-    void CheckWritable() const;
+    void CheckWritable(const char* act) const;
+    void CheckChangeable() const;
     void CheckEntry(const char* key, const char* value) const;
     std::string_view Stretch() const { return m_stretches[m_section]; }
     std::size_t CloserLine() const;
@@ -98,8 +100,7 @@ class MultiSectionFile {
         return {m_changed.data(), m_changed.size() - support::kLineFeedsAfterText};
     }
     void HoldChanged(std::string text);
-    template <typename Change>
-    void ChangeStretch(const Change& change);
+    void Replace(std::size_t place, std::size_t size, std::string_view text);
 
     std::string m_path;
     bool m_readOnly;

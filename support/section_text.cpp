@@ -10,7 +10,7 @@ namespace support {
 
 namespace {
 
-// A trunk's section is hardly shorter, so the list of them need not grow.
+// Hardly any trunk's section is shorter, so the list of stretches need not grow.
 constexpr std::size_t kUsualSize = 196;
 
 [[noreturn]] void ThrowMalformed(const std::string& path, std::string_view text, const char* line,
@@ -19,9 +19,9 @@ constexpr std::size_t kUsualSize = 196;
     throw std::runtime_error(path + ":" + std::to_string(number) + ": " + reason);
 }
 
-// Passes over lines of a section as programs write them, and over what they write between two
-// sections. Returns the line that needs a closer look, which is in a section, or a place after the
-// text.
+// Passes over the lines of a section, and of the sections after it, while they look as programs
+// write them. Returns the first line that needs a closer look, which is in a section too, or a
+// place after the text.
 const char* SkipWrittenLines(const char* line, const SectionGrammar& grammar,
                              Stretches& stretches) {
 #if defined(__SSE2__)
@@ -50,8 +50,7 @@ const char* SkipWrittenLines(const char* line, const SectionGrammar& grammar,
 const char* FaultOf(LineKind kind, bool inSection) {
     static constexpr const char* kFaults[][2] = {
         // outside of a section, inside
-        {nullptr, nullptr},                                                    // kBlank
-        {nullptr, nullptr},                                                    // kComment
+        {nullptr, nullptr},                                                    // kNothing
         {nullptr, "section inside a section"},                                 // kOpener
         {"end of a section outside one", nullptr},                             // kCloser
         {"entry outside a section", nullptr},                                  // kEntry
@@ -74,22 +73,14 @@ SectionGrammar::SectionGrammar(const char* keyword, const char* opener, const ch
 
 bool SectionGrammar::IsOpener(std::string_view trimmedLine) const {
     const std::string_view keyword = OpenerLine().substr(0, OpenerLine().size() - 3);
-    if (trimmedLine.size() <= keyword.size() || trimmedLine.back() != m_opener ||
-        !IsSame(trimmedLine.substr(0, keyword.size()), keyword)) {
-        return false;
-    }
-    trimmedLine.remove_prefix(keyword.size());
-    trimmedLine.remove_suffix(1);
-    return WithoutLeadingBlanks(trimmedLine).empty();
+    const std::string_view before = trimmedLine.substr(0, trimmedLine.size() - 1);
+    return trimmedLine.back() == m_opener && IsSame(WithoutTrailingBlanks(before), keyword);
 }
 
 LineKind SectionGrammar::KindOf(std::string_view line) const {
     const std::string_view trimmed = WithoutTrailingBlanks(WithoutLeadingBlanks(line));
-    if (trimmed.empty()) {
-        return LineKind::kBlank;
-    }
-    if (trimmed.front() == m_commentMark) {
-        return LineKind::kComment;
+    if (trimmed.empty() || trimmed.front() == m_commentMark) {
+        return LineKind::kNothing;
     }
     if (trimmed.size() == 1 && trimmed.front() == m_closer) {
         return LineKind::kCloser;

@@ -14,8 +14,7 @@ namespace support {
 
 /// What a line is, by its look alone.
 enum class LineKind {
-    kBlank,
-    kComment,
+    kNothing,  ///< blank or a comment
     kOpener,
     kCloser,
     kEntry,
@@ -24,7 +23,7 @@ enum class LineKind {
     kOther
 };
 
-/// Tells why a line of this kind may not stand inside or outside of a section, null when it may.
+/// Returns why a line of this kind may not stand inside, or outside, a section; null when it may.
 const char* FaultOf(LineKind kind, bool inSection);
 
 /// An entry's line, cut.
@@ -52,17 +51,17 @@ class SectionGrammar {
     /// Tells the kind of a line, given without its line end. It holds no NUL byte.
     LineKind KindOf(std::string_view line) const;
 
-    /// Returns where the key of a section's line ends that is an entry as programs write it,
-    /// without blanks and marks in its key: at the separator. Null for a line of another look.
+    /// Returns where the key ends, at the separator, if `line` is an entry as programs write it,
+    /// without blanks and marks in its key. Null for any other line of a section.
     const char* WrittenKeyEnd(const char* line) const {
         const char* const end = m_keyLimit.First(line);
         return *end == m_separator && end[-1] != '\n' ? end : nullptr;
     }
 
     /// Cuts the next entry of a well-formed section.
-    /// @param line the begin of a line of the section
-    /// @param end where the section ends
-    /// @return the begin of the line after the entry; null when there is no entry.
+    /// @param line where a line of the section begins
+    /// @param end where the section's stretch ends
+    /// @return where the line after the entry begins; null when there is no entry.
     const char* NextEntry(const char* line, const char* end, Entry& entry) const {
         const char* const keyEnd = WrittenKeyEnd(line);
         if (keyEnd == nullptr) {
@@ -73,8 +72,8 @@ class SectionGrammar {
         return lineEnd + 1;
     }
 
-    /// Tells whether a section ends at `line` and the next one begins after it, as programs write
-    /// the two lines.
+    /// Tells whether the two lines from `line` on end a section and open the next one, as programs
+    /// write them.
     bool IsSeam(const char* line, const char* textEnd) const {
         return textEnd - line >= static_cast<std::ptrdiff_t>(m_seam.size()) &&
                IsSame({line, m_seam.size()}, m_seam);
@@ -99,8 +98,8 @@ class SectionGrammar {
     std::string m_seam;
 };
 
-/// A text cut before the line of each section's opener. The first stretch holds the lines before
-/// all sections; each other one a section and the lines after it, up to the next section.
+/// A text, cut before each section. The first stretch holds the lines before all sections; every
+/// other one holds a section and the lines after it, up to the next section.
 using Stretches = std::vector<std::string_view>;
 
 /// Cuts the last stretch at `opener`.
@@ -110,14 +109,14 @@ inline void Cut(Stretches& stretches, const char* opener) {
     stretches.push_back(Between(opener, last.data() + last.size()));
 }
 
-/// The entries of one section, cut as far as searches needed them.
+/// The entries of one section. Each is cut when a search first comes to it, and kept in a table.
 class SectionEntries {
   public:
     explicit SectionEntries(const SectionGrammar& grammar) : m_grammar(grammar) {}
     SectionEntries(const SectionEntries&) = delete;
     SectionEntries& operator=(const SectionEntries&) = delete;
 
-    /// Forgets the section before and takes that of this stretch.
+    /// Takes the section of this stretch instead of the one before.
     void Take(std::string_view stretch) {
         m_free = m_table;
         m_end = stretch.data() + stretch.size();

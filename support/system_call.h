@@ -8,7 +8,7 @@ namespace support {
 /// Throws std::system_error whose text is "subject: step: reason".
 /// @param error the errno value of the failed call; gives the reason
 /// @param subject what was worked on, mostly a path
-/// @param step what was tried, with the cure behind it where there is one
+/// @param step what was tried, followed by the cure where there is one
 [[noreturn]] void ThrowSystemFailure(int error, std::string_view subject, std::string_view step);
 
 /// Makes a system call, and again for as long as a signal interrupts it.

@@ -14,8 +14,8 @@ namespace support {
 
 /// A file beside the target, ".NAME.~XXXXX", removed unless it has become the target.
 ///
-/// It is its owner's alone until it has the target's owner, access list and mode. All members throw
-/// std::system_error with the text "path: step: reason".
+/// Only its owner may read it until it has the target's owner, access list and mode. All members
+/// throw std::system_error with the text "path: step: reason".
 class TemporaryFile {
   public:
     explicit TemporaryFile(const TargetFile& target);

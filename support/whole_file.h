@@ -15,7 +15,7 @@ namespace support {
 struct FileIdentity {
     std::uint64_t device = 0;
     std::uint64_t inode = 0;
-    FileDescriptor file{-1};  ///< held open, for a removed file's inode is soon another file's
+    FileDescriptor file{-1};  ///< kept open, since a removed file's inode is soon another file's
 };
 
 /// How many line feeds follow a loaded text, so that a search for a line's end needs no other

@@ -8,8 +8,8 @@
 #include <arm_acle.h>
 #endif
 
-// Texts are read a machine word at a step. All that differs between processors stands here. A byte
-// is a step too: for big-endian processors, and those that load words from aligned places only.
+// Texts are read one machine word at a time. All that differs between processors stands here.
+// Big-endian processors, and those that load words from aligned addresses only, go byte by byte.
 
 #if !defined(RAIKLAIK_WORD_BITS)  // tests set it, to see every kind of step
 #if defined(__x86_64__) || (defined(__aarch64__) && defined(__AARCH64EL__))
@@ -43,8 +43,8 @@ class ByteLimit {
     constexpr explicit ByteLimit(char limit)
         : m_above(static_cast<Word>(kOnes * (static_cast<unsigned char>(limit) + 1U))) {}
 
-    /// Returns the first byte from `at` on that is at or below the limit. There has to be one, and
-    /// a word's size of bytes after it, which are read as well.
+    /// Returns the first byte from `at` on that is at or below the limit. There must be one, and
+    /// after it a word's size of bytes, which may be read as well.
     const char* First(const char* at) const {
         Word hits = Hits(WordAt(at));
         while (hits == 0) {
@@ -64,8 +64,8 @@ class ByteLimit {
 #if defined(__ARM_FEATURE_SIMD32) && RAIKLAIK_WORD_BITS == 32
         return __uqsub8(m_above, word);
 #else
-        // A byte below `m_above`'s gets its top bit, unless it had one. So may bytes after the
-        // first such one, from which it borrows; they are not looked at.
+        // The subtraction sets the top bit of each byte below m_above's, unless it was set before.
+        // It may set those of later bytes too, by borrowing from them; only the first one counts.
         return static_cast<Word>((word - m_above) & ~word & (kOnes * 0x80U));
 #endif
     }
@@ -84,8 +84,8 @@ inline const char* LineEnd(const char* at) {
     }
 }
 
-/// Whether two texts are the same: for short ones, of which a call of memcmp costs more than its
-/// work.
+/// Tells whether two texts are the same. For short ones, where the call of memcmp would cost more
+/// than the comparison.
 inline bool IsSame(std::string_view one, std::string_view other) {
     if (one.size() != other.size()) {
         return false;

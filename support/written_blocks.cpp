@@ -41,10 +41,10 @@ struct Block {
 
 }  // namespace
 
-// A line that begins above ' ' and holds a separator, but not as its first byte, may stand in a
-// section. This looks at all lines of a block at once. A bit is added to the other bytes' bits
-// where each line begins; its carry runs over them to the line's first mark, which has to be a
-// separator.
+// A line needs no closer look when its first byte is above ' ' and no separator, and its first mark
+// is a separator. All lines of a block are looked at together: ~marks is 1 at each byte that is no
+// mark, so a 1 added where a line begins is carried to the line's first mark. If that is a line
+// feed, the line holds no separator.
 const char* SkipWrittenBlocks(const char* line, const SectionGrammar& grammar,
                               Stretches& stretches) {
     if (grammar.Separator() <= ' ') {

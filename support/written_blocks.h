@@ -4,8 +4,8 @@
 
 namespace support {
 
-/// Passes over most lines of sections that programs wrote, and cuts the text before those sections
-/// that begin among them: 64 bytes at a step, where the processor can. Nothing needs it but speed.
+/// Passes over lines of a section, and of the sections after it, that programs wrote: 64 bytes at a
+/// time. Cuts the text before the sections that begin among them. Nothing but speed needs it.
 /// @param line a line of the last stretch's section
 /// @param stretches those so far; the last one goes to the end of the text
 /// @return a line of the last stretch's section, or a place after the text.

@@ -4,13 +4,13 @@
 #include <string>
 #include <type_traits>
 
-/// A log file that several threads' and processes' lines reach whole.
+/// A log file. Lines from several threads and processes reach it whole.
 ///
 /// TRACE collects text in memory; Flush hands it to the kernel in one write at the end of the file.
 /// Control characters in a message, and marks that turn the direction of writing, are written as
 /// `\xNN` for each of their bytes, so that no text from outside can forge a line. An object is used
 /// by one thread at a time; any number of processes may log to one file. A thread that is cancelled
-/// meanwhile goes on until the call is over.
+/// during a call goes on until the call returns.
 class LogStream {
     // A worse match for a number than a number's own type.
     struct Number {
@@ -24,9 +24,9 @@ class LogStream {
     /// @param create true creates a missing file, false makes that a failure
     /// @param maxFileSize in bytes: a file that would outgrow it starts anew, empty
     /// @param filesKept how many files the log has: 1, since a full one starts anew
-    /// @param bufferSize in bytes: memory kept ready for lines, and the most that is kept for
-    /// another try after a failed write, or else the oldest line. No limit for a line, but one that
-    /// has no end yet is cut to this size when it has to wait
+    /// @param bufferSize in bytes: memory kept ready for lines. After a failed write at most so
+    /// much is kept for another try, or else the oldest line. A line may be longer, but one without
+    /// a line feed is cut to this size when it has to wait
     /// @param syncAtFlush true makes each Flush wait until the text is on the disk
     ///
     /// Throws std::system_error, whose text names the path, when the file cannot be opened or is a
@@ -52,10 +52,9 @@ class LogStream {
     template <bool isPointer = std::is_pointer_v<va_list>, typename = std::enable_if_t<!isPointer>>
     void TRACE(unsigned char, const char*, va_list, Number) = delete;
 
-    /// Writes what was added. A write that fails is tried anew at the next Flush, and never
-    /// reported; of a line that was written in part, the part is taken back, or ended where the
-    /// file lets nothing be taken back. What a process added before it forked is written by itself
-    /// alone, not by its child.
+    /// Writes what was added. A write that fails is not reported, and tried again at the next
+    /// Flush. A line that was written in part is cut off again, or, where the file cannot be cut,
+    /// ended by a line feed. What a process added before it forked is not written by its child.
     void Flush();
 
   private:
