@@ -13,7 +13,7 @@ namespace {
 constexpr std::size_t kPart = sizeof(__m128i);
 constexpr std::size_t kBlock = 64;
 
-// 64 bytes and what they are; bit i tells of byte i. The separator is above ' '.
+// 64 bytes and what they are; bit i tells of byte i.
 struct Block {
     Block(const char* bytes, __m128i separator) {
         const __m128i lineFeed = _mm_set1_epi8('\n');
@@ -47,9 +47,6 @@ struct Block {
 // feed, the line holds no separator.
 const char* SkipWrittenBlocks(const char* line, const SectionGrammar& grammar,
                               Stretches& stretches) {
-    if (grammar.Separator() <= ' ') {
-        return line;
-    }
     const char* const textEnd = stretches.back().data() + stretches.back().size();
     const __m128i separator = _mm_set1_epi8(grammar.Separator());
     std::uint64_t beginsLine = 1;  // whether a line begins with the block

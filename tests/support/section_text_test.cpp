@@ -321,6 +321,26 @@ TEST_F(SectionTextTest, NothingIsReadAfterTheLineFeedsThatFollowAText) {
     }
 }
 
+TEST_F(SectionTextTest, TheSeparatorMayBeAControlCharacter) {
+    std::string text;
+    for (int section = 0; section < 20; ++section) {
+        text += "section {\nkey\x01value=1\n# a=1\n \x02=\x01\x01\n}\n";
+    }
+    WriteFile(m_path, text);
+    Configuration::MultiSectionFile file(m_path.c_str(), false, false, false, "section", "{", "}",
+                                         "\x01", "#", nullptr);
+    std::array<char, 10> value{};
+    for (int section = 0; section < 20; ++section) {
+        ASSERT_TRUE(file.GotoNextSection());
+        EXPECT_EQ(file.GetSectionEntry("key", value.data(), 10), 8U);
+        EXPECT_STREQ(value.data(), "value=1");
+        EXPECT_EQ(file.GetSectionEntry("\x02=", value.data(), 10), 2U);
+        EXPECT_STREQ(value.data(), "\x01");
+        EXPECT_EQ(file.GetSectionEntry("# a", value.data(), 10), 0U);
+    }
+    EXPECT_FALSE(file.GotoNextSection());
+}
+
 TEST_F(SectionTextTest, ANulByteIsFoundAtEveryPlaceOfALongFile) {
     std::string edited;  // by an operator
     std::string written;
