@@ -26,14 +26,12 @@ constexpr char kBytes[] = {'s', '{', '}', '=', '#', '\n', ' ', 'a', '\0'};
 const char* const kKeyword = "s";
 const char* const kKeys[] = {"a", "s", "}", "{", "aa", "a a", "as", "", "#", "#a", " a", "a "};
 
-// RAIKLAIK_TEXT_LENGTH is for a longer search by hand; each byte more takes nine times as long.
+// RAIKLAIK_TEXT_LENGTH is for a longer search; each byte more takes nine times as long.
 std::size_t LongestText() {
 #if !defined(NDEBUG) || !defined(__x86_64__)
     const std::size_t usual = 5;  // each text takes long without optimisation, or in an emulator
-#elif defined(RAIKLAIK_WORD_BITS_OF_TESTS)
-    const std::size_t usual = 6;  // several programs run this
 #else
-    const std::size_t usual = 7;
+    const std::size_t usual = 6;
 #endif
     const char* const chosen = std::getenv("RAIKLAIK_TEXT_LENGTH");
     return chosen == nullptr ? usual : std::strtoul(chosen, nullptr, 10);

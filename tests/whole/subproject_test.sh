@@ -1,13 +1,14 @@
 #!/usr/bin/env bash
 # As a part of another project the library is one target, and nothing is installed.
-# usage: subproject_test.sh SOURCE_FOLDER CXX_COMPILER [EMULATOR [ARGUMENT...]]
+# usage: subproject_test.sh SOURCE_FOLDER CXX_COMPILER BUILD_FOLDER [EMULATOR [ARGUMENT...]]
+# The build folder stays, so that the next run builds only what has changed.
 set -euo pipefail
 
-source=$1 compiler=$2
-emulator=("${@:3}")
+source=$1 compiler=$2 build=$3
+emulator=("${@:4}")
 source "$(dirname "$0")/consumer/checks.sh"
 
-BuildProject "$(dirname "$0")/parent" "$work/build" -DRAIKLAIK_SOURCES="$source"
-Check "$work/build/consumer"
-Quietly cmake --install "$work/build" --prefix "$work/installed"
+BuildProject "$(dirname "$0")/parent" "$build" -DRAIKLAIK_SOURCES="$source"
+Check "$build/consumer"
+Quietly cmake --install "$build" --prefix "$work/installed"
 [[ ! -e $work/installed ]] || Fail "it installs $(ls "$work/installed")"
