@@ -79,7 +79,7 @@ TEST_F(GetSwitchesTest, ASwitchIsOnWhenItsTextBeginsWithTheDigitOne) {
     }
 }
 
-TEST_F(GetSwitchesTest, SwitchesBehindTheFirstSectionAreIgnored) {
+TEST_F(GetSwitchesTest, SwitchesAfterTheFirstSectionAreIgnored) {
     WriteDatabase("section {\ntrunk_name=office\n}\n" +
                   std::string("section {\nsiptrunk_master_enabled=1\n"
                               "siptrunk_slave_enabled=1\n}\n"));
@@ -126,7 +126,7 @@ TEST_F(SetSwitchesTest, AMissingDatabaseIsCreated) {
     EXPECT_EQ(NewLogText(), kSetLine);
 }
 
-TEST_F(SetSwitchesTest, AFirstSectionThatLacksASwitchIsKeptBehindANewOne) {
+TEST_F(SetSwitchesTest, AFirstSectionThatLacksASwitchIsKeptAfterANewOne) {
     for (const char* first :
          {"section {\nsiptrunk_master_enabled=1\n}\n", "section {\nsiptrunk_slave_enabled=1\n}\n",
           "section {\n}\n", kOffice}) {
@@ -137,7 +137,7 @@ TEST_F(SetSwitchesTest, AFirstSectionThatLacksASwitchIsKeptBehindANewOne) {
     }
 }
 
-TEST_F(SetSwitchesTest, SwitchesBehindTheFirstSectionAreIgnored) {
+TEST_F(SetSwitchesTest, SwitchesAfterTheFirstSectionAreIgnored) {
     WriteDatabase(std::string(kOffice) + kSlaveOn);
     Set({kOff, kOn});
     EXPECT_EQ(DatabaseText(), std::string(kMasterOn) + kOffice + kSlaveOn);

@@ -3,9 +3,9 @@
 #include <list>
 #include <optional>
 
-#include "tests/faults/reference_file.h"
 #include "tests/fixture/device_fixture.h"
 #include "tests/fixture/operation_table.h"
+#include "tests/fixture/reference_file.h"
 
 // Databases that no operation has written: cut, torn, flipped, huge. Each operation does exactly
 // what a plain reading of the file asks for, or answers false with one ERROR line and leaves the

@@ -1,9 +1,9 @@
 #include <functional>
 
-#include "tests/faults/reference_file.h"
 #include "tests/fixture/device_fixture.h"
 #include "tests/fixture/failing_calls.h"
 #include "tests/fixture/operation_table.h"
+#include "tests/fixture/reference_file.h"
 
 // Every text argument of every operation, with every text that could do harm.
 

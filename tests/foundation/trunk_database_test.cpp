@@ -62,7 +62,7 @@ TEST_F(TrunkDatabaseTest, ReadingTellsWhetherAKeyIsThereAndLeavesItsTextOrTheEmp
     EXPECT_EQ(trunks.Get("absent"), "");
 }
 
-TEST_F(TrunkDatabaseTest, BehindATextThatWasReadStandsANul) {
+TEST_F(TrunkDatabaseTest, AfterATextThatWasReadStandsANul) {
     WriteDatabase("section {\nlong=" + std::string(2000, 'x') + "\nshort=y\n}\n");
     TrunkDatabase trunks(OpenMode::kReadOnly, Buffer());
     ASSERT_TRUE(trunks.NextSection());

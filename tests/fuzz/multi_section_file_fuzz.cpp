@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "support/multi_section_file.h"
-#include "tests/faults/reference_file.h"
 #include "tests/fixture/plain_parser.h"
+#include "tests/fixture/reference_file.h"
 #include "tests/fixture/temp_folder.h"
 #include "tests/fuzz/fuzz_input.h"
 
@@ -21,9 +21,7 @@ constexpr std::size_t kLongestRead = 1023;
 
 struct Editor {
     MultiSectionFile file;
-    ReferenceFile expected;
-    std::optional<std::size_t> current{};
-    std::size_t next = 0;
+    ReferenceEditor expected;
 };
 
 bool IsStorable(const std::string& key, const std::string& value) {
@@ -48,76 +46,53 @@ void Read(Editor& editor, const std::string& key) {
     bool isFound = false;
     const bool isMade = IsMade(
         [&] { isFound = editor.file.GetSectionEntry(key.c_str(), value.data(), value.size()); });
-    Require(isMade == editor.current.has_value());
+    Require(isMade == editor.expected.HasSection());
     if (isMade) {
-        Require(isFound == editor.expected.Get(*editor.current, key).has_value());
-        Require(value.data() == std::string(editor.expected.Read(*editor.current, key).c_str()));
+        Require(isFound == editor.expected.Get(key).has_value());
+        Require(value.data() == std::string(editor.expected.Read(key).c_str()));
     }
 }
 
 void Set(Editor& editor, const std::string& key, const std::string& value) {
     const bool isMade = IsMade([&] { editor.file.SetSectionEntry(key.c_str(), value.c_str()); });
-    Require(isMade == (editor.current && IsStorable(key, value)));
+    Require(isMade == (editor.expected.HasSection() && IsStorable(key, value)));
     if (isMade) {
-        editor.expected.Set(*editor.current, key, value);
+        editor.expected.Set(key, value);
     }
 }
 
 void Add(Editor& editor, const std::string& key, const std::string& value) {
     const bool isMade = IsMade([&] { editor.file.AddSectionEntry(key.c_str(), value.c_str()); });
-    Require(isMade == (editor.current && IsStorable(key, value)));
+    Require(isMade == (editor.expected.HasSection() && IsStorable(key, value)));
     if (isMade) {
-        editor.expected.Add(*editor.current, key, value);
+        editor.expected.Add(key, value);
     }
 }
 
 void Delete(Editor& editor, const std::string& key) {
     const bool isMade = IsMade([&] { editor.file.DeleteSectionEntry(key.c_str()); });
-    Require(isMade == editor.current.has_value());
+    Require(isMade == editor.expected.HasSection());
     if (isMade) {
-        editor.expected.Delete(*editor.current, key);
+        editor.expected.Delete(key);
     }
 }
 
 void DeleteSection(Editor& editor) {
     const bool isMade = IsMade([&] { editor.file.DeleteSection(); });
-    Require(isMade == editor.current.has_value());
+    Require(isMade == editor.expected.HasSection());
     if (isMade) {
-        editor.expected.DeleteSection(*editor.current);
-        editor.next = *editor.current;
-        editor.current.reset();
+        editor.expected.DeleteSection();
     }
-}
-
-void AddSection(Editor& editor, bool isFirst) {
-    editor.file.AddSection(isFirst);
-    if (isFirst) {
-        editor.expected.InsertFirstSection();
-        editor.current = 0;
-    } else {
-        editor.expected.AppendSection();
-        editor.current = editor.expected.SectionCount() - 1;
-    }
-    editor.next = *editor.current + 1;
-}
-
-void Walk(Editor& editor) {
-    editor.current.reset();
-    if (editor.next < editor.expected.SectionCount()) {
-        editor.current = editor.next++;
-    }
-    Require(editor.file.GotoNextSection() == editor.current.has_value());
 }
 
 void Edit(Editor& editor, FuzzInput& input) {
     switch (input.Byte() % 8) {
         case 0:
             editor.file.Restart();
-            editor.current.reset();
-            editor.next = 0;
+            editor.expected.Restart();
             break;
         case 1:
-            Walk(editor);
+            Require(editor.file.GotoNextSection() == editor.expected.GotoNextSection());
             break;
         case 2:
             Read(editor, input.CText());
@@ -138,14 +113,17 @@ void Edit(Editor& editor, FuzzInput& input) {
         case 6:
             DeleteSection(editor);
             break;
-        default:
-            AddSection(editor, input.Byte() % 2 == 0);
+        default: {
+            const bool isFirst = input.Byte() % 2 == 0;
+            editor.file.AddSection(isFirst);
+            editor.expected.AddSection(isFirst);
+        }
     }
 }
 
 Editor Load(const std::string& path, const ReferenceFile& expected) {
     return {{path.c_str(), false, false, false, "section", "{\n", "}\n", "=", "#", nullptr},
-            expected};
+            ReferenceEditor(expected)};
 }
 
 void RefuseToo(const std::string& path, const std::string& fault) {
@@ -179,8 +157,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         Edit(editor, input);
     }
     editor.file.Save(true, nullptr);
-    Require(ReadFile(path) == editor.expected.Text());
-    Load(path, editor.expected).file.Save(true, nullptr);
-    Require(ReadFile(path) == editor.expected.Text());
+    Require(ReadFile(path) == editor.expected.File().Text());
+    Load(path, editor.expected.File()).file.Save(true, nullptr);
+    Require(ReadFile(path) == editor.expected.File().Text());
     return 0;
 }

@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "include/raiklaik.h"
-#include "tests/faults/reference_file.h"
+#include "tests/fixture/reference_file.h"
 #include "tests/fixture/temp_folder.h"
 #include "tests/fuzz/fuzz_input.h"
 

@@ -105,7 +105,7 @@ TEST_F(ParametersTest, NameAndFlagMayBeFieldsOfTheRecord) {
 
 class SavedCopyTest : public DeviceFixture {};
 
-TEST_F(SavedCopyTest, TheCopyIsAddedBehindTheOtherKeysInOrder) {
+TEST_F(SavedCopyTest, TheCopyIsAddedAfterTheOtherKeysInOrder) {
     WriteDatabase(std::string(kAgents) + kOffice + kBranch);
     EXPECT_TRUE(config.ChangeTrunkToMasterConfig("office"));
     EXPECT_EQ(DatabaseText(), kAgents +

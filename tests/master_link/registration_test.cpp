@@ -20,7 +20,7 @@ const char* const kOthers =
 
 class ActiveStateTest : public DeviceFixture {};
 
-TEST_F(ActiveStateTest, TheTrunkGetsTheStampOfNowBehindItsKeysTheDateFirst) {
+TEST_F(ActiveStateTest, TheTrunkGetsTheStampOfNowAfterItsKeysTheDateFirst) {
     const FixedClock clock(kMoment, 0);
     const std::string plain = Replaced(kOffice, kStamp, "");
     WriteDatabase(kAgents + plain + kBranch);

@@ -2,7 +2,7 @@
 
 #include "include/raiklaik.h"
 #include "tests/fixture/device_fixture.h"
-#include "tests/fixture/failing_calls.h"
+#include "tests/fixture/ending_memory.h"
 #include "tests/fixture/record_values.h"
 
 namespace {
@@ -106,19 +106,10 @@ TEST_F(TrunkStatesTest, TheRegistrationStatusPlaysNoPart) {
 
 TEST_F(TrunkStatesTest, AfterAFailureTheListKeepsWhatWasAppendedBefore) {
     WriteDatabase(std::string(kOffice) + kBranch);
-    States states;
-    std::size_t before = 0;
-    for (int first = 1; first < 1000; ++first) {
-        states.clear();
-        const FailingCall failing(Call::kNew, ENOMEM, first);
-        if (config.GetSIPTrunksState(states, "2")) {
-            break;
-        }
-        EXPECT_GE(states.size(), before);
-        before = states.size();
-    }
-    EXPECT_EQ(before, 1U);
-    EXPECT_EQ(states, (States{{"office", true}, {"branch", true}}));
+    const auto [before, all] = AppendUntilMemoryLasts(
+        States(), [&](States& states) { return config.GetSIPTrunksState(states, "2"); });
+    EXPECT_EQ(before.size(), 1U);
+    EXPECT_EQ(all, (States{{"office", true}, {"branch", true}}));
 }
 
 class TrunkStateTest : public UntouchedDeviceFixture {

@@ -1,5 +1,6 @@
 #include "include/raiklaik.h"
 #include "tests/fixture/device_fixture.h"
+#include "tests/fixture/ending_memory.h"
 #include "tests/fixture/failing_calls.h"
 #include "tests/fixture/record_values.h"
 
@@ -70,19 +71,10 @@ TEST_F(MasterAccountsTest, ADatabaseWithoutTrunksLeavesTheVectorAsItIs) {
 
 TEST_F(MasterAccountsTest, AfterAFailureTheVectorKeepsWhatWasAppendedBefore) {
     WriteDatabase(std::string(kBranch) + Replaced(kBranch, "=branch\n", "=second\n"));
-    std::size_t most = 0;
-    Users users;
-    for (int first = 1; first < 1000; ++first) {
-        users = Users();
-        const FailingCall failing(Call::kNew, ENOMEM, first);
-        if (config.GetMasterAccesibleUsersList(users)) {
-            break;
-        }
-        EXPECT_GE(users.size(), most);
-        most = users.size();
-    }
-    EXPECT_EQ(most, 1U);
-    EXPECT_EQ(users.size(), 2U);
+    const auto [before, all] = AppendUntilMemoryLasts(
+        Users(), [&](Users& users) { return config.GetMasterAccesibleUsersList(users); });
+    EXPECT_EQ(before.size(), 1U);
+    EXPECT_EQ(all.size(), 2U);
 }
 
 class SlaveAccountsTest : public DeviceFixture {

@@ -1,5 +1,6 @@
 #include "include/raiklaik.h"
 #include "tests/fixture/device_fixture.h"
+#include "tests/fixture/ending_memory.h"
 #include "tests/fixture/failing_calls.h"
 #include "tests/fixture/record_values.h"
 
@@ -86,20 +87,11 @@ TEST_F(RegisteredTest, AFailureOfTheLockLeavesTheVectorAsItIs) {
 TEST_F(RegisteredTest, AfterAFailureTheVectorKeepsWhatWasAppendedBefore) {
     WriteDatabase(std::string(kBranch) + "section {\nuser_name=last\nslave_ip=\n}\n");
     CSIPTrunkConfig silent(nullptr);  // a line that is lost for want of memory is no failure
-    Registrations slaves;
-    std::size_t before = 0;
-    for (int first = 1; first < 1000; ++first) {
-        slaves.clear();
-        slaves.shrink_to_fit();
-        const FailingCall failing(Call::kNew, ENOMEM, first);
-        if (silent.InitRegisterSlaveList(slaves)) {
-            break;
-        }
-        EXPECT_GE(slaves.size(), before);
-        before = slaves.size();
-    }
-    EXPECT_EQ(before, 1U);
-    EXPECT_EQ(slaves.size(), 2U);
+    const auto [before, all] = AppendUntilMemoryLasts(Registrations(), [&](Registrations& slaves) {
+        return silent.InitRegisterSlaveList(slaves);
+    });
+    EXPECT_EQ(before.size(), 1U);
+    EXPECT_EQ(all.size(), 2U);
 }
 
 class RegisteredAfterUpdatesTest : public DeviceFixture {};

@@ -22,7 +22,7 @@ const char* const kNewRegistration =
 // A trunk for a slave that has never registered.
 std::string NewBranch() { return Replaced(kBranch, kRegistration, ""); }
 
-// `section` with `lines` behind its entries.
+// `section` with `lines` after its entries.
 std::string With(const std::string& section, const std::string& lines) {
     return Replaced(section, "}\n", lines + "}\n");
 }
@@ -35,7 +35,7 @@ const char* const kUnknownUsers[] = {"unknown",      "Branch-user", "branch-user
 
 class RegisterTest : public DeviceFixture {};
 
-TEST_F(RegisterTest, AddressAndStampAreAddedBehindTheOtherKeysInOrder) {
+TEST_F(RegisterTest, AddressAndStampAreAddedAfterTheOtherKeysInOrder) {
     const FixedClock clock(kMoment, 0);
     WriteDatabase(std::string(kAgents) + kOffice + NewBranch());
     EXPECT_TRUE(config.SetRegisterParam(Of("branch-user"), false));

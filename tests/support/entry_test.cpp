@@ -35,7 +35,7 @@ TEST(EntryTest, BlanksAreTakenFromOneEndOnly) {
     }
 }
 
-TEST(EntryTest, AValueIsCopiedAsFarAsItFitsWithANulBehindIt) {
+TEST(EntryTest, AValueIsCopiedAsFarAsItFitsWithANulAfterIt) {
     struct Case {
         unsigned int size;
         std::string expected;  // the four bytes of the buffer afterwards

@@ -88,25 +88,22 @@ const std::vector<std::vector<int>> kClosed = {{0}, {1}, {2}, {0, 1}, {0, 2}, {1
 
 TEST(FileDescriptorTest, AClosedStreamIsOccupiedByNothingThatCouldBeReadOrWritten) {
     for (const std::vector<int>& closed : kClosed) {
-        EXPECT_EQ(RunWithoutStreams(closed,
-                                    [&] {
-                                        EXPECT_TRUE(support::OccupyStandardStreams());
-                                        EXPECT_TRUE(support::OccupyStandardStreams());
-                                        for (const int stream : closed) {
-                                            char byte = 0;
-                                            EXPECT_EQ(fcntl(stream, F_GETFD), FD_CLOEXEC);
-                                            EXPECT_EQ(write(stream, "x", 1), -1);
-                                            EXPECT_EQ(read(stream, &byte, 1), -1);
-                                            EXPECT_EQ(errno, EBADF);
-                                        }
-                                        const int first = OpenSomething();
-                                        EXPECT_GT(first, 2);
-                                        EXPECT_TRUE(support::OccupyStandardStreams());
-                                        EXPECT_EQ(close(first), 0);
-                                        EXPECT_EQ(OpenSomething(), first)
-                                            << "nothing else is left open";
-                                    }),
-                  0);
+        ExpectSuccess(RunWithoutStreams(closed, [&] {
+            EXPECT_TRUE(support::OccupyStandardStreams());
+            EXPECT_TRUE(support::OccupyStandardStreams());
+            for (const int stream : closed) {
+                char byte = 0;
+                EXPECT_EQ(fcntl(stream, F_GETFD), FD_CLOEXEC);
+                EXPECT_EQ(write(stream, "x", 1), -1);
+                EXPECT_EQ(read(stream, &byte, 1), -1);
+                EXPECT_EQ(errno, EBADF);
+            }
+            const int first = OpenSomething();
+            EXPECT_GT(first, 2);
+            EXPECT_TRUE(support::OccupyStandardStreams());
+            EXPECT_EQ(close(first), 0);
+            EXPECT_EQ(OpenSomething(), first) << "nothing else is left open";
+        }));
     }
 }
 
@@ -119,21 +116,17 @@ TEST(FileDescriptorTest, OpenStreamsAreLeftAsTheyAre) {
 }
 
 TEST(FileDescriptorTest, StreamsThatCannotBeOccupiedAreTold) {
-    EXPECT_EQ(RunWithoutStreams({1},
-                                [] {
-                                    const FailingCall failing(Call::kOpen, EMFILE);
-                                    EXPECT_FALSE(support::OccupyStandardStreams());
-                                    EXPECT_EQ(errno, EMFILE);
-                                }),
-              0);
-    EXPECT_EQ(RunWithoutStreams({1},
-                                [] {
-                                    const FailingCall looking(Call::kPoll, ENOMEM);
-                                    const FailingCall interrupted(Call::kOpen, EINTR, 1, 2);
-                                    EXPECT_TRUE(support::OccupyStandardStreams());
-                                    EXPECT_TRUE(IsOpen(1));
-                                }),
-              0);
+    ExpectSuccess(RunWithoutStreams({1}, [] {
+        const FailingCall failing(Call::kOpen, EMFILE);
+        EXPECT_FALSE(support::OccupyStandardStreams());
+        EXPECT_EQ(errno, EMFILE);
+    }));
+    ExpectSuccess(RunWithoutStreams({1}, [] {
+        const FailingCall looking(Call::kPoll, ENOMEM);
+        const FailingCall interrupted(Call::kOpen, EINTR, 1, 2);
+        EXPECT_TRUE(support::OccupyStandardStreams());
+        EXPECT_TRUE(IsOpen(1));
+    }));
 }
 
 TEST(FileDescriptorTest, AnOwnerOfNothingClosesNothing) {

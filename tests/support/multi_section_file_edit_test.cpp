@@ -55,7 +55,7 @@ TEST(MultiSectionFileEditTest, SettingAKeyThatIsThereReplacesTheFirstValue) {
     });
 }
 
-TEST(MultiSectionFileEditTest, SettingAnAbsentKeyAddsAnEntryBehindTheLast) {
+TEST(MultiSectionFileEditTest, SettingAnAbsentKeyAddsAnEntryAfterTheLast) {
     Check({
         {"an empty section", "section {\n}\n",
          [](SectionFile& file) {
@@ -106,7 +106,7 @@ TEST(MultiSectionFileEditTest, SettingChangesTheCurrentSectionAlone) {
     });
 }
 
-TEST(MultiSectionFileEditTest, AddingAnEntryPutsItBehindTheLastOneAlsoWhenTheKeyIsThere) {
+TEST(MultiSectionFileEditTest, AddingAnEntryPutsItAfterTheLastOneAlsoWhenTheKeyIsThere) {
     Check({
         {"a new key", "section {\na=1\n}\n",
          [](SectionFile& file) {
@@ -247,7 +247,7 @@ TEST(MultiSectionFileEditTest, ASectionPutFirstGoesDirectlyBeforeTheFirstOpener)
     });
 }
 
-TEST(MultiSectionFileEditTest, ASectionPutLastGoesBehindTheLastLine) {
+TEST(MultiSectionFileEditTest, ASectionPutLastGoesAfterTheLastLine) {
     const std::string added = "section {\nn=1\n}\n";
     Check({
         {"an empty file", "", kAddLast, added},
@@ -266,10 +266,10 @@ TEST(MultiSectionFileEditTest, ASectionPutLastGoesBehindTheLastLine) {
     });
 }
 
-TEST(MultiSectionFileEditTest, ASectionPutLastGoesBehindTheLinesAsTheyAreByThen) {
+TEST(MultiSectionFileEditTest, ASectionPutLastGoesAfterTheLinesAsTheyAreByThen) {
     const std::string added = "section {\nn=1\n}\n";
     Check({
-        {"twice behind a line without line end", "# c",
+        {"twice after a line without line end", "# c",
          [](SectionFile& file) {
              kAddLast(file);
              kAddLast(file);

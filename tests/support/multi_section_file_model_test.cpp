@@ -7,134 +7,24 @@
 #include <vector>
 
 #include "support/multi_section_file.h"
-#include "tests/fixture/plain_parser.h"
+#include "tests/fixture/reference_file.h"
 #include "tests/fixture/temp_folder.h"
 #include "tests/support/section_file.h"
 
-// Random edits of a MultiSectionFile and, beside it, of a plain list of lines: the same text after
-// each save, the same values after each edit.
+// Random edits of a MultiSectionFile and, beside it, of a reference, a plain list of lines: the
+// same text after each save, the same values after each edit.
 
 namespace {
-
-class LineModel {
-  public:
-    explicit LineModel(const std::string& text) {
-        for (std::size_t begin = 0; begin < text.size();) {
-            const std::size_t end = std::min(text.find('\n', begin), text.size());
-            m_lines.push_back(text.substr(begin, end - begin));
-            m_isEnded = end < text.size();
-            begin = end + 1;
-        }
-    }
-
-    std::string Text() const {
-        std::string text;
-        for (const std::string& line : m_lines) {
-            text += line + "\n";
-        }
-        if (!m_isEnded) {
-            text.pop_back();
-        }
-        return text;
-    }
-
-    bool HasSection() const { return m_opener.has_value(); }
-
-    void Restart() {
-        m_opener.reset();
-        m_next = 0;
-    }
-
-    bool GotoNextSection() {
-        m_opener.reset();
-        while (m_next < m_lines.size() && !IsOpener(m_lines[m_next])) {
-            ++m_next;
-        }
-        if (m_next < m_lines.size()) {
-            m_opener = m_next;
-            m_next = Closer() + 1;
-        }
-        return HasSection();
-    }
-
-    std::optional<std::string> Value(const std::string& key) const {
-        const std::size_t line = Find(key);
-        return line == Closer() ? std::nullopt : std::optional<std::string>(ValueOf(m_lines[line]));
-    }
-
-    void Set(const std::string& key, const std::string& value) {
-        const std::size_t line = Find(key);
-        if (line == Closer()) {
-            Add(key, value);
-        } else {
-            m_lines[line] = m_lines[line].substr(0, m_lines[line].find('=') + 1) + value;
-        }
-    }
-
-    void Add(const std::string& key, const std::string& value) {
-        m_lines.insert(At(Closer()), key + "=" + value);
-        ++m_next;
-    }
-
-    void DeleteEntries(const std::string& key) {
-        for (std::size_t line = Find(key); line != Closer(); line = Find(key)) {
-            m_lines.erase(At(line));
-            --m_next;
-        }
-    }
-
-    void AddSection(bool first) {
-        std::size_t line = 0;
-        while (line < m_lines.size() && !(first && IsOpener(m_lines[line]))) {
-            ++line;
-        }
-        m_isEnded = m_isEnded || line == m_lines.size();
-        m_lines.insert(At(line), {"section {", "}"});
-        m_opener = line;
-        m_next = line + 2;
-    }
-
-    void DeleteSection() {
-        m_isEnded = m_isEnded || m_next == m_lines.size();
-        m_lines.erase(At(*m_opener), At(m_next));
-        m_next = *m_opener;
-        m_opener.reset();
-    }
-
-  private:
-    std::vector<std::string>::iterator At(std::size_t line) {
-        return m_lines.begin() + static_cast<std::ptrdiff_t>(line);
-    }
-
-    std::size_t Closer() const {
-        std::size_t line = *m_opener;
-        while (!IsCloser(m_lines[line])) {
-            ++line;
-        }
-        return line;
-    }
-
-    // The first entry with the key, the closer when there is none.
-    std::size_t Find(const std::string& key) const {
-        std::size_t line = *m_opener;
-        while (!IsCloser(m_lines[line]) && KeyOf(m_lines[line]) != key) {
-            ++line;
-        }
-        return line;
-    }
-
-    std::vector<std::string> m_lines;
-    bool m_isEnded = true;  // whether the last line has a line end
-    std::optional<std::size_t> m_opener;
-    std::size_t m_next = 0;  // where the next section is searched from
-};
 
 const char* const kKeys[] = {"a", "b", "trunk_name", "c d"};
 
 class RandomEdits {
   public:
     RandomEdits(const std::string& path, unsigned int seed)
-        : m_random(seed), m_path(path), m_model(WrittenText()), m_file(path) {}
+        : m_random(seed),
+          m_path(path),
+          m_model(ReferenceFile::Parse(WrittenText()).value()),
+          m_file(path) {}
 
     void Run() {
         for (unsigned int edit = 0; edit < 40 && !testing::Test::HasFailure(); ++edit) {
@@ -220,7 +110,7 @@ class RandomEdits {
             case 1:
             case 2:
                 Tell("DeleteSectionEntry " + key);
-                m_model.DeleteEntries(key);
+                m_model.Delete(key);
                 m_file.DeleteSectionEntry(key.c_str());
                 break;
             case 3:
@@ -242,7 +132,7 @@ class RandomEdits {
     void CompareValues() {
         for (const char* key : kKeys) {
             if (m_model.HasSection()) {
-                ASSERT_EQ(m_file.Value(key), m_model.Value(key)) << key << m_edits;
+                ASSERT_EQ(m_file.Value(key), m_model.Get(key)) << key << m_edits;
             } else {
                 ASSERT_THROW((void)m_file.Value(key), std::logic_error) << key << m_edits;
             }
@@ -252,14 +142,14 @@ class RandomEdits {
     void Save() {
         Tell("Save");
         m_file.Save();
-        ASSERT_EQ(ReadFile(m_path), m_model.Text()) << m_edits;
+        ASSERT_EQ(ReadFile(m_path), m_model.File().Text()) << m_edits;
     }
 
     void Tell(const std::string& edit) { m_edits += "\n" + edit; }
 
     std::mt19937 m_random;
     std::string m_path;
-    LineModel m_model;
+    ReferenceEditor m_model;
     SectionFile m_file;
     std::string m_edits;
 };

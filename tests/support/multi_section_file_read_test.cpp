@@ -52,7 +52,7 @@ const struct {
     {" a=1", " a", std::nullopt},
 };
 
-TEST_F(MultiSectionFileReadTest, AValueIsEverythingBehindTheFirstSeparator) {
+TEST_F(MultiSectionFileReadTest, AValueIsEverythingAfterTheFirstSeparator) {
     for (const auto& c : kReads) {
         WriteFile(m_path, "section {\n" + c.line + "\n}\n");
         SectionFile file(m_path, Access::kReadOnly);

@@ -57,7 +57,7 @@ TEST_F(MultiSectionFileWalkTest, VeryManySectionsAreWalkedAndChangedLikeFew) {
     }
 }
 
-TEST_F(MultiSectionFileWalkTest, SectionsBehindAVeryLongOneAreWalkedAndChangedLikeOthers) {
+TEST_F(MultiSectionFileWalkTest, SectionsAfterAVeryLongOneAreWalkedAndChangedLikeOthers) {
     const std::string longSection = "section {\na=1\nb=" + std::string(70000, 'b') + "\n}\n";
     WriteFile(m_path, "section {\na=0\n}\n" + longSection + "section {\na=2\n}\n# end\n");
     SectionFile file(m_path);
@@ -82,7 +82,7 @@ TEST_F(MultiSectionFileWalkTest, AFileWithoutSectionsHasNoneToGoTo) {
     }
 }
 
-TEST_F(MultiSectionFileWalkTest, TheWalkGoesOnBehindASectionThatWasAddedBelowAComment) {
+TEST_F(MultiSectionFileWalkTest, TheWalkGoesOnAfterASectionThatWasAddedBelowAComment) {
     WriteFile(m_path, std::string("# a comment\n") + kTwoSections);
     SectionFile file(m_path);
     file.AddSection(true);
@@ -93,7 +93,7 @@ TEST_F(MultiSectionFileWalkTest, TheWalkGoesOnBehindASectionThatWasAddedBelowACo
     EXPECT_FALSE(file.GotoNextSection());
 }
 
-TEST_F(MultiSectionFileWalkTest, AnAddedSectionIsCurrentAndTheWalkGoesOnBehindIt) {
+TEST_F(MultiSectionFileWalkTest, AnAddedSectionIsCurrentAndTheWalkGoesOnAfterIt) {
     WriteFile(m_path, kTwoSections);
     SectionFile file(m_path);
     file.AddSection(true);

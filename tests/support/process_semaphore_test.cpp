@@ -42,31 +42,6 @@ key_t KeyOf(int number, const std::string& path) {
     return static_cast<key_t>(Fnv1a(std::to_string(number) + ":" + path));
 }
 
-// Each test has a lock of its own, and looks at its set from outside.
-class ProcessSemaphoreTest : public testing::Test {
-  protected:
-    ProcessSemaphoreTest()
-        : m_number(static_cast<int>(getpid())),
-          m_path("/raiklaik_test/" +
-                 std::to_string(std::chrono::steady_clock::now().time_since_epoch().count()) +
-                 testing::UnitTest::GetInstance()->current_test_info()->name()),
-          m_name("lock " + std::to_string(m_number) + ":" + m_path) {}
-    ~ProcessSemaphoreTest() override { RemoveSet(); }
-
-    Semaphore Handle() const { return Semaphore(m_number, m_path.c_str()); }
-
-    // The identifier of the lock's set, -1 while there is none.
-    int Set() const { return semget(KeyOf(m_number, m_path), 1, 0); }
-    void RemoveSet() const { (void)semctl(Set(), 0, IPC_RMID); }
-    bool IsTaken() const { return semctl(Set(), 0, GETVAL) == 1; }
-    bool IsFree() const { return semctl(Set(), 0, GETVAL) == 0; }
-    int Waiters() const { return semctl(Set(), 0, GETZCNT); }
-
-    const int m_number;
-    const std::string m_path;
-    const std::string m_name;
-};
-
 // A thread that takes the lock, tells so, and releases it when it is told to.
 class Locker {
   public:
@@ -94,6 +69,48 @@ class Locker {
     std::atomic<bool> m_hasLock{false};
     Gate m_release;
     std::thread m_thread;
+};
+
+// Each test has a lock of its own, and looks at its set from outside.
+class ProcessSemaphoreTest : public testing::Test {
+  protected:
+    ProcessSemaphoreTest()
+        : m_number(static_cast<int>(getpid())),
+          m_path("/raiklaik_test/" +
+                 std::to_string(std::chrono::steady_clock::now().time_since_epoch().count()) +
+                 testing::UnitTest::GetInstance()->current_test_info()->name()),
+          m_name("lock " + std::to_string(m_number) + ":" + m_path) {}
+    ~ProcessSemaphoreTest() override { RemoveSet(); }
+
+    Semaphore Handle() const { return Semaphore(m_number, m_path.c_str()); }
+
+    // The identifier of the lock's set, -1 while there is none.
+    int Set() const { return semget(KeyOf(m_number, m_path), 1, 0); }
+    void RemoveSet() const { (void)semctl(Set(), 0, IPC_RMID); }
+    bool IsTaken() const { return semctl(Set(), 0, GETVAL) == 1; }
+    bool IsFree() const { return semctl(Set(), 0, GETVAL) == 0; }
+    int Waiters() const { return semctl(Set(), 0, GETZCNT); }
+
+    void ExpectWaiting(const Locker& locker) const {
+        EXPECT_TRUE(WaitUntil([&] { return Waiters() == 1 || locker.HasLock(); }));
+        EXPECT_FALSE(locker.HasLock());
+    }
+
+    // A thread that locks by `second` waits for this one, which has locked by `first`.
+    void ExpectWaitingOf(Semaphore& second, Semaphore& first) const {
+        first.Lock(true);
+        Locker locker(second);
+        ExpectWaiting(locker);
+        first.Unlock();
+        EXPECT_TRUE(locker.GetsLock());
+        EXPECT_TRUE(IsTaken());
+        locker.Finish();
+        EXPECT_TRUE(IsFree());
+    }
+
+    const int m_number;
+    const std::string m_path;
+    const std::string m_name;
 };
 
 // Counts in two steps, so that counts are lost unless the lock keeps others away meanwhile.
@@ -180,28 +197,12 @@ TEST_F(ProcessSemaphoreTest, TakingAndReleasingAreOneCallEach) {
 TEST_F(ProcessSemaphoreTest, OneHandleWaitsForAnother) {
     Semaphore first = Handle();
     Semaphore second = Handle();
-    first.Lock(true);
-    Locker locker(second);
-    EXPECT_TRUE(WaitUntil([&] { return Waiters() == 1 || locker.HasLock(); }));
-    EXPECT_FALSE(locker.HasLock());
-    first.Unlock();
-    EXPECT_TRUE(locker.GetsLock());
-    EXPECT_TRUE(IsTaken());
-    locker.Finish();
-    EXPECT_TRUE(IsFree());
+    ExpectWaitingOf(second, first);
 }
 
 TEST_F(ProcessSemaphoreTest, TwoThreadsWithOneHandleWaitForEachOther) {
     Semaphore lock = Handle();
-    lock.Lock(true);
-    Locker locker(lock);
-    EXPECT_TRUE(WaitUntil([&] { return Waiters() == 1 || locker.HasLock(); }));
-    EXPECT_FALSE(locker.HasLock());
-    lock.Unlock();
-    EXPECT_TRUE(locker.GetsLock());
-    EXPECT_TRUE(IsTaken());
-    locker.Finish();
-    EXPECT_TRUE(IsFree());
+    ExpectWaitingOf(lock, lock);
 }
 
 TEST_F(ProcessSemaphoreTest, OneThreadAtATimeHoldsTheLock) {
@@ -260,8 +261,7 @@ TEST_F(ProcessSemaphoreTest, TheKernelFreesTheLockOfAProcessThatIsKilled) {
     taken.Pass();
     EXPECT_TRUE(IsTaken());
     Locker locker(lock);
-    EXPECT_TRUE(WaitUntil([&] { return Waiters() == 1 || locker.HasLock(); }));
-    EXPECT_FALSE(locker.HasLock());
+    ExpectWaiting(locker);
     child.Kill();
     EXPECT_TRUE(locker.GetsLock());
     locker.Finish();
@@ -404,8 +404,7 @@ TEST_F(ProcessSemaphoreTest, ASetThatIsRemovedDuringTheWaitIsObtainedAgain) {
     Semaphore second = Handle();
     first.Lock(true);
     Locker locker(second);
-    EXPECT_TRUE(WaitUntil([&] { return Waiters() == 1 || locker.HasLock(); }));
-    EXPECT_FALSE(locker.HasLock());
+    ExpectWaiting(locker);
     RemoveSet();
     EXPECT_TRUE(locker.GetsLock());
     EXPECT_TRUE(IsTaken());
@@ -534,12 +533,10 @@ TEST_F(ProcessSemaphoreTest, WhatTheKernelRefusesIsAFailureThatNamesLockAndCause
 
 TEST_F(ProcessSemaphoreTest, ALockThatWasMadeForOtherUsersIsRefused) {
     ASSERT_NE(semget(KeyOf(m_number, m_path), 1, IPC_CREAT), -1);
-    EXPECT_EQ(RunAsOrdinaryUser([&] {
-                  EXPECT_EQ(
-                      FailureOf([&] { Handle(); }),
-                      m_name + ": take (the lock was made for other users): " + ErrorText(EACCES));
-              }),
-              0);
+    ExpectSuccess(RunAsOrdinaryUser([&] {
+        EXPECT_EQ(FailureOf([&] { Handle(); }),
+                  m_name + ": take (the lock was made for other users): " + ErrorText(EACCES));
+    }));
 }
 
 TEST_F(ProcessSemaphoreTest, APairWhoseHashIsTheKeyOfPrivateSetsIsALockLikeAnyOther) {

@@ -108,7 +108,7 @@ class Completion : public ToolTest {
     }
 };
 
-// Typed with a tab behind it, each becomes these words in bash and zsh alike.
+// Typed with a tab after it, each becomes these words in bash and zsh alike.
 const std::vector<std::pair<std::string, std::string>> kCompleted = {
     {"sho", "[show]"},
     {"-q sna", "[-q][snapshot]"},

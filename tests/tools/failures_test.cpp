@@ -3,11 +3,9 @@
 #include <sys/sem.h>
 #include <sys/stat.h>
 
-#include <csignal>
 #include <cstdlib>
 
 #include "include/raiklaik.h"
-#include "support/process_semaphore.h"
 #include "tests/fixture/child_process.h"
 #include "tests/fixture/own_lock.h"
 #include "tests/tools/tool_fixture.h"
@@ -27,19 +25,7 @@ class Failures : public ToolTest {
             }
             work();
         });
-        if (code == ChildProcess::kNotPermitted) {
-            GTEST_SKIP() << "other users may not run " << SIPTRUNKCTL_PATH;
-        }
-        EXPECT_EQ(code, 0);
-    }
-
-    /// Runs expectations where the test may mount; skips the test where it may not.
-    static void WithOwnMounts(const std::function<void()>& work) {
-        const int code = RunWithOwnMounts(work);
-        if (code == ChildProcess::kNotPermitted) {
-            GTEST_SKIP() << "a test may not mount here";
-        }
-        EXPECT_EQ(code, 0);
+        ExpectSuccess(code);
     }
 
     /// Returns how many processes wait for the device's lock.
@@ -231,7 +217,7 @@ TEST_F(Failures, APathCannotPlayWithTheTerminal) {
 }
 
 TEST_F(Failures, AReadOnlyFileSystemIsNotPermitted) {
-    WithOwnMounts([&] {
+    ExpectSuccess(RunWithOwnMounts([&] {
         MountSmallFileSystem(DatabaseFolder(), 65536);
         WriteDatabase(kTwoTrunks);
         ASSERT_EQ(
@@ -240,11 +226,11 @@ TEST_F(Failures, AReadOnlyFileSystemIsNotPermitted) {
                       DatabasePath() +
                           ": create temporary file: Read-only file system; mount the file system "
                           "writable");
-    });
+    }));
 }
 
 TEST_F(Failures, AFullDiskIsToldWithItsCure) {
-    WithOwnMounts([&] {
+    ExpectSuccess(RunWithOwnMounts([&] {
         MountSmallFileSystem(DatabaseFolder(), 65536);
         WriteDatabase(kTwoTrunks);
         const int rest = open((DatabaseFolder() + "/rest").c_str(), O_WRONLY | O_CREAT, 0600);
@@ -256,7 +242,7 @@ TEST_F(Failures, AFullDiskIsToldWithItsCure) {
             {"delete", "office"}, 1,
             DatabasePath() + ": write: No space left on device; make room on that file system");
         EXPECT_EQ(DatabaseText(), kTwoTrunks);
-    });
+    }));
 }
 
 TEST_F(Failures, AStandardOutputThatTakesNothingIsToldOf) {
@@ -296,15 +282,7 @@ TEST_F(Failures, ALockHeldByAStoppedProcessIsWaitedForAsLongAsWanted) {
     const std::string exported = Run({"export", "--show-secrets"}).out;
     const std::string exportedFile = Folder() + "/exported";
     WriteFile(exportedFile, exported);
-    Gate held;
-    ChildProcess holder([&] {
-        WriteFile(Folder() + "/holder", NumberAndNameOfThisProcess());
-        Semaphore lock(43, "/bin/ls");
-        lock.Lock(true);
-        held.Open();
-        (void)raise(SIGSTOP);
-    });
-    held.Pass();
+    const std::unique_ptr<ChildProcess> holder = StartStoppedHolder();
     const std::string cause = "the device's lock is still held by process " +
                               ReadFile(Folder() + "/holder") +
                               " after the time of --wait; let it go on, or end it";
@@ -318,7 +296,7 @@ TEST_F(Failures, ALockHeldByAStoppedProcessIsWaitedForAsLongAsWanted) {
     const pid_t waiting = Start(import, "", "", "");
     EXPECT_TRUE(WaitUntil([&] { return Waiting() == 1; }));
     EXPECT_EQ(DatabaseText(), kTwoTrunks);
-    holder.Kill();
+    holder->Kill();
     EXPECT_EQ(WaitForEnd(waiting), 0);
     EXPECT_NE(DatabaseText(), kTwoTrunks);  // the comment stands elsewhere
     ExpectAnswer({"delete", "office", "--wait", "60"},

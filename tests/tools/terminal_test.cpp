@@ -3,11 +3,9 @@
 #include <unistd.h>
 
 #include <array>
-#include <csignal>
 #include <cstdlib>
 #include <functional>
 
-#include "support/process_semaphore.h"
 #include "tests/fixture/child_process.h"
 #include "tests/fixture/own_lock.h"
 #include "tests/tools/tool_fixture.h"
@@ -194,16 +192,8 @@ TEST_F(Terminal, ACommandThatWaitsSaysForWhom) {
         GTEST_SKIP() << "a test may not have a lock of its own here";
     }
     WriteDatabase(kTwoTrunks);
-    Gate held;
-    ChildProcess holder([&] {
-        WriteFile(Folder() + "/holder", NumberAndNameOfThisProcess());
-        Semaphore lock(43, "/bin/ls");
-        lock.Lock(true);
-        held.Open();
-        (void)raise(SIGSTOP);
-    });
-    held.Pass();
-    const auto kill = [&] { holder.Kill(); };
+    const std::unique_ptr<ChildProcess> holder = StartStoppedHolder();
+    const auto kill = [&] { holder->Kill(); };
     const Shown shown =
         RunThere({"get", "branch", "port", "--color", "never"}, 80, {{" holds\n", "", kill}});
     EXPECT_EQ(shown, Shown("siptrunkctl: waiting for the device's lock, which process " +

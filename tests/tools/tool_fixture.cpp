@@ -7,8 +7,11 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <system_error>
+
+#include "support/process_semaphore.h"
 
 extern char** environ;
 
@@ -127,6 +130,19 @@ void ToolTest::ExpectFailure(const Words& words, int code, const std::string& te
 void ToolTest::Do(const Words& words, std::string_view input) const {
     const Answer answer = Run(words, input);
     ASSERT_EQ(answer.code, 0) << answer.err;
+}
+
+std::unique_ptr<ChildProcess> ToolTest::StartStoppedHolder() const {
+    Gate held;
+    auto holder = std::make_unique<ChildProcess>([&] {
+        WriteFile(Folder() + "/holder", NumberAndNameOfThisProcess());
+        Semaphore lock(43, "/bin/ls");
+        lock.Lock(true);
+        held.Open();
+        (void)raise(SIGSTOP);
+    });
+    held.Pass();
+    return holder;
 }
 
 std::string NumberAndNameOfThisProcess() {

@@ -2,10 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "tests/fixture/child_process.h"
 #include "tests/fixture/temp_folder.h"
 
 /// What one run of the tool did.
@@ -46,6 +48,10 @@ class ToolTest : public ::testing::Test {
 
     /// Lets child processes of other users run the tool, too; before the first run.
     void OpenStreamsToEverybody() const;
+
+    /// Starts a process that holds the device's lock and is stopped; the file "holder" of the
+    /// folder has its number and name.
+    std::unique_ptr<ChildProcess> StartStoppedHolder() const;
 
     const std::string& Folder() const { return m_folder.Path(); }
     std::string DatabasePath() const { return Folder() + "/telephony/siptrunkdb"; }

@@ -2,7 +2,7 @@
 
 #include "include/raiklaik.h"
 #include "tests/fixture/device_fixture.h"
-#include "tests/fixture/failing_calls.h"
+#include "tests/fixture/ending_memory.h"
 #include "tests/fixture/record_values.h"
 
 namespace {
@@ -161,21 +161,11 @@ TEST_F(ListByTypeTest, AfterAFailureTheListKeepsWhatWasAppendedBefore) {
     WriteDatabase(std::string("section {\ntrunk_name=first\ntrunk_type=0\n}\n") +
                   "section {\ntrunk_name=second\ntrunk_type=0\nuser_name=" + std::string(500, 'u') +
                   "\n}\n");
-    Records trunks{Named("own")};
-    Names before{"own"};
-    for (int first = 1; first < 1000; ++first) {
-        // A longer and longer part of the work is done before the memory ends.
-        trunks.resize(1);
-        const FailingCall failing(Call::kNew, ENOMEM, first);
-        if (config.GetSIPTrunkParams(trunks, "0", false)) {
-            break;
-        }
-        const Names names = NamesOf(trunks);
-        EXPECT_GE(names.size(), before.size());
-        before = names;
-    }
-    EXPECT_EQ(before, (Names{"own", "first"}));
-    EXPECT_EQ(NamesOf(trunks), (Names{"own", "first", "second"}));
+    const auto [before, all] = AppendUntilMemoryLasts(Records{Named("own")}, [&](Records& trunks) {
+        return config.GetSIPTrunkParams(trunks, "0", false);
+    });
+    EXPECT_EQ(NamesOf(before), (Names{"own", "first"}));
+    EXPECT_EQ(NamesOf(all), (Names{"own", "first", "second"}));
 }
 
 class ListAllTest : public UntouchedDeviceFixture {
@@ -286,20 +276,11 @@ TEST_F(ListAllTest, ADatabaseWithoutSectionsGivesNoItemsAndIsNoFailure) {
 
 TEST_F(ListAllTest, AfterAFailureTheListKeepsWhatWasAppendedBefore) {
     WriteDatabase(std::string(kOffice) + kBranch);
-    Records trunks{Named("own")};
-    Names before{"own"};
-    for (int first = 1; first < 1000; ++first) {
-        trunks.resize(1);
-        const FailingCall failing(Call::kNew, ENOMEM, first);
-        if (config.GetAllSIPTrunkParams(trunks)) {
-            break;
-        }
-        const Names names = NamesOf(trunks);
-        EXPECT_GE(names.size(), before.size());
-        before = names;
-    }
-    EXPECT_EQ(before, (Names{"own", "office"}));
-    EXPECT_EQ(NamesOf(trunks), (Names{"own", "office", "branch"}));
+    const auto [before, all] = AppendUntilMemoryLasts(Records{Named("own")}, [&](Records& trunks) {
+        return config.GetAllSIPTrunkParams(trunks);
+    });
+    EXPECT_EQ(NamesOf(before), (Names{"own", "office"}));
+    EXPECT_EQ(NamesOf(all), (Names{"own", "office", "branch"}));
 }
 
 // What the lists say of trunks as the other operations store them.

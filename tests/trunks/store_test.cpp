@@ -212,7 +212,7 @@ TEST_F(StoreTest, ATrunkToAMasterIsRewrittenInPlaceAndKeepsItsOtherKeys) {
                                   kBranch);
 }
 
-TEST_F(StoreTest, MissingKeysAreAddedBehindTheOthersInOrder) {
+TEST_F(StoreTest, MissingKeysAreAddedAfterTheOthersInOrder) {
     WriteDatabase("section {\nown=kept\ntrunk_name=old\n}\n");
     EXPECT_TRUE(Store("old", kMaster, false));
     EXPECT_EQ(DatabaseText(),

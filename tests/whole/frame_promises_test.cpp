@@ -44,7 +44,7 @@ class FramePromisesTest : public DeviceFixture {
         }
     }
 
-    // Calls `operation`, which is to fail with one ERROR line behind its progress line.
+    // Calls `operation`, which is to fail with one ERROR line after its progress line.
     void ExpectFailure(const Operation& operation, const std::string& cause) {
         EXPECT_EQ(operation.call(config), operation.failureToOpen);
         EXPECT_EQ(NewLogText(), operation.progress + ("ERROR: " + cause + " \n"));
@@ -187,7 +187,7 @@ TEST_F(FramePromisesTest, AFifoInTheFilesPlaceIsAFailureThatDoesNotWait) {
     });
 }
 
-TEST_F(FramePromisesTest, ALockThatIsRefusedIsAFailureBehindTheProgressLineAndBeforeTheFile) {
+TEST_F(FramePromisesTest, ALockThatIsRefusedIsAFailureAfterTheProgressLineAndBeforeTheFile) {
     ForEach([&](const Operation& operation) {
         const FailingCall refused(Call::kSemop, ENOMEM, 1, FailingCall::kAlways);
         const CallWatch opened(Call::kOpen);
@@ -315,7 +315,7 @@ TEST_F(FramePromisesTest, ABaseDirectoryWithoutASlashAtItsEndRunsIntoTheFoldersN
 }
 
 // A thread's body: cancels itself where `operation` puts the new file in place or, when it does not
-// save, where it closes the file, and reaches another cancellation point behind the operation.
+// save, where it closes the file, and reaches another cancellation point after the operation.
 struct Cancelled {
     const Operation* operation;
     CSIPTrunkConfig* config;

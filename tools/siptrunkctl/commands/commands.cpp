@@ -31,7 +31,7 @@ Candidates TrunkNames(Which which) {
     return [which] {
         std::vector<Candidate> candidates;
         for (const TrunkRow& row : ReadTrunkRows()) {
-            if (which == Which::kAll || row.isToMaster) {
+            if (which == Which::kAll || row.isToMaster == (which == Which::kToMaster)) {
                 candidates.push_back({row.name, row.Type() + (", user " + row.user)});
             }
         }

@@ -28,7 +28,7 @@ constexpr const char* kFiles = ":files";
 constexpr const char* kFolders = ":folders";
 
 /// Which trunks a word may name.
-enum class Which { kAll, kToMaster };
+enum class Which { kAll, kToMaster, kForSlave };
 
 constexpr int kAnyNumber = (1 << 29) + 1;  ///< of words, as CLI11 has it
 

@@ -88,11 +88,14 @@ std::string AskOnce(const SilentTerminal& terminal, const std::string& question)
     WriteError(question);
     std::string answer;
     char byte = '\0';
-    while (terminal.Read(byte) && byte != '\n') {
-        answer += byte;
+    bool isThere = terminal.Read(byte);
+    for (; isThere && byte != '\n'; isThere = terminal.Read(byte)) {
+        if (answer.size() < kLongestInput) {
+            answer += byte;
+        }
     }
     WriteError("\n");
-    if (byte != '\n') {
+    if (!isThere) {
         throw Failure(ExitCode::kFailed, "no password given; nothing was changed");
     }
     return answer;

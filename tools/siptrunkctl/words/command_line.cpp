@@ -158,7 +158,7 @@ void Help(const CLI::App* command, Context& context) {
     PrintHelp(command, context);
 }
 
-void AddCommands(const CLI::App& app, const Command& root) {
+void AddCommands(CLI::App& app, const Command& root, Context& context) {
     constexpr const char* kGroup = "About the tool";
     AddTrunkQueries(root);
     AddTrunkChanges(root);
@@ -170,9 +170,9 @@ void AddCommands(const CLI::App& app, const Command& root) {
     AddEdit(root);
     AddWatch(root);
     root.Add("help", kGroup, "show help, of all or of one command",
-             "Example:\n  siptrunkctl help slave register",
-             [&app](Context& context) { Help(&app, context); })
+             "Example:\n  siptrunkctl help slave register", nullptr)
         .Words("COMMAND", "the command", [&app] { return CommandsOf(app); });
+    app.get_subcommand("help")->callback([&] { Help(&app, context); });
     root.Add("version", kGroup, "show the version", "Example:\n  siptrunkctl version",
              PrintVersion);
 }
@@ -187,7 +187,7 @@ void Define(CLI::App& app, Context& context, CandidatesOf& candidates) {
     app.get_formatter()->label("Positionals", "Words");
     Command root(app, context, candidates);
     AddOptions(app, root, context);
-    AddCommands(app, root);
+    AddCommands(app, root, context);
     app.parse_complete_callback([&context] {
         if (!context.given.configDir.empty()) {
             UseDirectory(context.given.configDir);
