@@ -18,7 +18,8 @@ namespace {
 constexpr int kMostLinks = 40;  // as many as the kernel follows (path_resolution(7))
 
 FileStatus StatusFrom(const struct stat& status) {
-    return {status.st_dev,  status.st_ino, status.st_ctim.tv_sec, status.st_ctim.tv_nsec,
+    const std::int64_t changed = std::int64_t{status.st_ctim.tv_sec} * 1000000000;
+    return {status.st_dev,  status.st_ino, changed + status.st_ctim.tv_nsec,
             status.st_mode, status.st_uid, status.st_gid};
 }
 

@@ -13,9 +13,8 @@ namespace support {
 struct FileStatus {
     std::uint64_t device = 0;
     std::uint64_t inode = 0;
-    std::int64_t changeSeconds = 0;  ///< of the last change of owner, mode, access list or text
-    std::int64_t changeNanoseconds = 0;
-    mode_t mode = 0;  ///< with the file's type; 0 for no file
+    std::int64_t changed = 0;  ///< the last change of owner, mode, access list or text, in ns
+    mode_t mode = 0;           ///< with the file's type; 0 for no file
     uid_t user = 0;
     gid_t group = 0;
 

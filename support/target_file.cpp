@@ -81,8 +81,7 @@ bool TargetFile::HasChanged() {
     }
     CheckLoaded(m_old);
     return m_old.mode != before.mode || m_old.user != before.user || m_old.group != before.group ||
-           m_old.changeSeconds != before.changeSeconds ||
-           m_old.changeNanoseconds != before.changeNanoseconds;
+           m_old.changed != before.changed;
 }
 
 void TargetFile::SyncFolder() const {

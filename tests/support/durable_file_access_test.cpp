@@ -6,6 +6,7 @@
 #include <ctime>
 #include <string>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include "tests/fixture/child_process.h"
@@ -169,6 +170,25 @@ TEST_F(DurableFileTest, WhatIsChangedDuringASaveIsKept) {
     EXPECT_EQ(status.st_mode & 07777U, 0600U);
     EXPECT_EQ(status.st_uid, isRoot ? 12345 : geteuid());
     EXPECT_EQ(EntriesOf(m_folder.Path()), m_fileAlone);
+}
+
+TEST_F(DurableFileTest, AnotherUserOrGroupAloneThatIsGivenDuringASaveIsKept) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root may give a file to somebody else";
+    }
+    WriteFile(m_path, "old");
+    const std::pair<uid_t, gid_t> owners[] = {{12345, 0}, {12345, 23456}};
+    for (const auto& owner : owners) {
+        const CallWatch slow(Call::kFsync, [&](int number) {
+            EXPECT_TRUE(number > 1 || chown(m_path.c_str(), owner.first, owner.second) == 0);
+            return 0;
+        });
+        Replace();
+        struct stat status {};
+        ASSERT_EQ(stat(m_path.c_str(), &status), 0);
+        EXPECT_EQ(status.st_uid, owner.first);
+        EXPECT_EQ(status.st_gid, owner.second);
+    }
 }
 
 TEST_F(DurableFileTest, AnAccessListThatIsGivenDuringASaveIsKept) {
