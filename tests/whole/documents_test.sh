@@ -39,6 +39,11 @@ while read -r command _; do
     [[ -x $source/$command ]] || Fail "CONTRIBUTING.md names $command, which is not there"
 done < <(Block CONTRIBUTING.md sh 1)
 
+# operations.md, siptrunkctl.md: the tool has a way to every operation.
+while read -r operation; do
+    grep -qrw "$operation" "$source/tools" || Fail "siptrunkctl does not reach $operation"
+done < <(sed -nE 's/^\| `([A-Z]\w+)`.*/\1/p' "$source/docs/operations.md")
+
 [[ -x $build/siptrunkctl ]] || exit 0
 mkdir -p "$work/device/telephony"
 export QORV_PATH=$work/device/

@@ -9,32 +9,43 @@ namespace {
 
 constexpr const char* kGroup = "Trunks to a master";
 
-Record RecordOf(const TrunkRow& row) {
+Record RecordOf(const TrunkRow& row, bool isActive) {
     return {{"name", row.name},
             {"type", row.Type()},
-            {"active", State{row.IsActive()}},
+            {"active", State{isActive}},
             {"registration", row.isToMaster ? Value(Switch{row.registration}) : Value()},
             {"note", TextIf(!row.oddity.empty(), row.oddity), Rank::kRest}};
 }
 
+// What programs are told of one trunk.
+void StatusOf(Context& context, const std::string& name) {
+    Library& library = context.library;
+    TrunkRow trunk;
+    trunk.name = name;
+    trunk.isToMaster = IsToMaster(RequireTrunk(library, name));
+    CSIPTrunkBase::SIPTrunkActivity activity = CSIPTrunkBase::TRUNK_NOT_FOUND;
+    (void)library.Checked(library.Config().GetSIPTrunkState(name, activity));
+    trunk.registration =
+        trunk.isToMaster && library.Checked(library.Config().GetStateOfTrunkToMaster(name));
+    std::vector<Record> records = {RecordOf(trunk, activity == CSIPTrunkBase::TRUNK_ACTIVE)};
+    HideEmptyNotes(records);
+    context.output.PrintOne(records.front());
+}
+
 void Status(Context& context) {
-    const std::vector<std::string>& name = context.given.words;
+    if (!context.given.words.empty()) {
+        StatusOf(context, context.given.words.front());
+        return;
+    }
     const std::string& type = context.given.type;
     std::vector<Record> records;
     for (const TrunkRow& row : ReadTrunkRows()) {
-        if (name.empty() ? type == "all" || type == row.Type() : name.front() == row.name) {
-            records.push_back(RecordOf(row));
+        if (type == "all" || type == row.Type()) {
+            records.push_back(RecordOf(row, row.IsActive()));
         }
     }
-    if (!name.empty() && records.empty()) {
-        (void)RequireTrunk(context.library, name.front());
-    }
     HideEmptyNotes(records);
-    if (name.empty()) {
-        context.output.PrintList(records, "trunk");
-    } else {
-        context.output.PrintOne(records.front());
-    }
+    context.output.PrintList(records, "trunk");
 }
 
 // Runs an operation on one trunk to a master.

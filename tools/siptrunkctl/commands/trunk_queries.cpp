@@ -1,6 +1,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <list>
+#include <set>
+#include <utility>
 
 #include "src/foundation/key_table.h"
 #include "tools/siptrunkctl/commands/commands.h"
@@ -45,17 +48,29 @@ void Choose(std::vector<Record>& records, const std::vector<std::string>& names)
     }
 }
 
-bool IsWanted(const TrunkRow& row, const Arguments& given) {
-    // A slave that was reset leaves an empty address.
-    const bool isActive = row.isToMaster ? row.IsActive() : !row.ip.empty();
-    return (given.type == "all" || given.type == row.Type()) && (!given.active || isActive);
+// Name and address of trunks.
+using Addresses = std::set<std::pair<std::string, std::string>>;
+
+// Those that show a registration.
+Addresses ActiveTrunks(Library& library) {
+    std::list<Trunk> trunks;
+    (void)library.Checked(library.Config().GetAllSIPTrunkParams(trunks));
+    Addresses active;
+    for (const Trunk& trunk : trunks) {
+        if (!trunk.remote_ip.empty()) {  // a slave that was reset leaves an empty address
+            active.emplace(trunk.trunk_name, trunk.remote_ip);
+        }
+    }
+    return active;
 }
 
 void List(Context& context) {
     const Arguments& given = context.given;
+    const auto active = given.active ? ActiveTrunks(context.library) : Addresses();
     std::vector<Record> records;
     for (const TrunkRow& row : ReadTrunkRows()) {
-        if (!IsWanted(row, given)) {
+        if ((given.type != "all" && given.type != row.Type()) ||
+            (given.active && active.count({row.name, row.ip}) == 0)) {
             continue;
         }
         records.push_back(RecordOf(row));
