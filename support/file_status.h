@@ -29,9 +29,10 @@ bool LookAt(int folder, const char* name, FileStatus& status);
 /// Looks at an open file. Returns false with errno set.
 bool LookAt(int file, FileStatus& status);
 
-/// @return the path with the link at its end followed, and the link at that one's end, and so on;
-/// links in its folders are left to the kernel. Root follows only links of root's: whoever else
-/// made one could switch it, and have root read or replace any file.
+/// Follows the link at the end of a path, then the link at the end of that one's target, and so on;
+/// links among the folders are left to the kernel. Root follows only links that root owns: another
+/// owner could switch a link, and have root read or replace any file.
+/// @return the path, with no link at its end
 /// @param step what is being done, for a failure's text
 /// @param status receives what stands at the end; mode 0 when nothing does
 ///

@@ -11,7 +11,7 @@ namespace support {
 /// @param step what was tried, followed by the cure where there is one
 [[noreturn]] void ThrowSystemFailure(int error, std::string_view subject, std::string_view step);
 
-/// Makes a system call, and again for as long as a signal interrupts it.
+/// Makes a system call, and repeats it for as long as a signal interrupts it (EINTR).
 /// @param call a callable that makes the call and returns its result, -1 on failure with errno set
 /// @return the result of the first call that was not interrupted.
 template <typename Call>
