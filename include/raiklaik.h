@@ -18,7 +18,7 @@
 #include "support/log_stream.h"
 #include "support/thread_mutex.h"
 
-/// The version, for programs that build with several. The build takes its own from here.
+/// The version, for programs that build with several versions. The build reads it here.
 #define RAIKLAIK_VERSION_MAJOR 1
 #define RAIKLAIK_VERSION_MINOR 1
 #define RAIKLAIK_VERSION "1.1.0"
@@ -46,8 +46,8 @@ class CSIPTrunkBase {
         std::string remote_port;        ///< "master_port" or "slave_port", decimal text
         std::string registration_date;  ///< MM/DD/YYYY, empty when not registered
         std::string registration_time;  ///< HH:MM:SS, empty when not registered
-        std::string trunk_type;  ///< "1": trunk to a master; "0": trunk for a slave, as all else
-        bool sym_nat = false;    ///< symmetric NAT at the slave's end; trunk for a slave only
+        std::string trunk_type;         ///< "1": trunk to a master; "0" and all else: for a slave
+        bool sym_nat = false;  ///< symmetric NAT at the slave's end; trunk for a slave only
         bool registration_status = false;  ///< registration switched on; trunk to a master only
     };
 
@@ -82,7 +82,7 @@ class CSIPTrunkBase {
         std::string password;              ///< its password
         std::string master_ip;             ///< the master's address
         std::string master_port;           ///< the master's port, decimal text
-        bool registration_status = false;  ///< handed out false
+        bool registration_status = false;  ///< always handed out as false
         std::int32_t aux_value = 0;        ///< free for the caller; the library only copies it
         bool aux_flag = false;             ///< free for the caller; the library only copies it
     };
@@ -123,17 +123,17 @@ class __attribute__((visibility("default"))) CSIPTrunkLogger {
 
     /// Writes one line.
     /// @param level 1 for errors, 3 for information; every level is written
-    /// @param format of printf's kind; ends in a line feed, since none is added. Other control
-    /// characters, those in arguments as well, and marks that turn the direction of writing are
+    /// @param format as printf's; should end in a line feed, since none is added. Other control
+    /// characters, those in arguments too, and marks that change the direction of writing are
     /// written as `\xNN` for each of their bytes.
     ///
-    /// A line that the disk does not take is tried anew with the next one, as long as 2048 bytes
-    /// hold what waits, and never reported.
-    /// Throws a std::exception when the line cannot be made, above all without memory.
+    /// A line that the disk does not take is tried again with the next one, as long as what waits
+    /// fits into 2048 bytes; such a failure is never reported. Throws a std::exception when the
+    /// line cannot be made, for lack of memory above all.
     __attribute__((format(printf, 3, 4))) void TRACE(unsigned char level, const char* format, ...);
 
-    /// Makes the time prefix of a line, and remembers its second for the next one. Unlike TRACE,
-    /// not to be called while another thread uses the logger.
+    /// Makes the time prefix of this moment, and notes its second for the next one. Unlike TRACE,
+    /// it must not be called while another thread uses the logger.
     std::string FormatTime();
 
   private:
@@ -148,22 +148,22 @@ class __attribute__((visibility("default"))) CSIPTrunkLogger {
 ///
 /// Each operation blocks until it holds the lock that all processes of the device share, loads the
 /// file afresh, works, saves the whole file when it changes something, and releases the lock. So
-/// each is atomic towards all others, in any thread and process, and several objects are as good as
-/// one. Nothing holds the lock between two operations.
+/// each is atomic for all others, in any thread and process, and it makes no difference whether a
+/// program has one object or several. Nothing holds the lock between two operations.
 ///
 /// Common to all operations:
-/// - Files: the base directory is the environment variable QORV_PATH as it stands, so that its
-///   value ends in "/", or "/etc/qorv-conf/" when it is not set; it is read by each operation. The
-///   trunk database is "telephony/siptrunkdb" below it.
+/// - Files: the base directory is the environment variable QORV_PATH, taken as it stands, so its
+///   value must end in "/"; without the variable it is "/etc/qorv-conf/". Each operation reads it
+///   anew. The trunk database is "telephony/siptrunkdb" below it.
 /// - Failures: nothing leaves an operation as an exception (of the std::exception family). A
 ///   failure (file missing, unreadable or malformed, lock refused, disk full, memory short) gives
 ///   the operation's failure value and one line "ERROR: cause" in the log, which names path and
 ///   line and never a password. Not finding a trunk logs nothing.
-/// - On the disk: a result that tells of a save means that the new file survives a power cut. After
-///   a failure the file is as before, unless the ERROR line says that the new file is in place; a
-///   missing file that an operation creates may remain, empty.
+/// - On the disk: when the result says that the file was saved, the new file survives a power cut.
+///   After a failure the file is as before, unless the ERROR line says that the new file is in
+///   place; a missing file that an operation creates may remain, empty.
 /// - Texts are byte strings, compared whole, byte for byte. The first trunk in file order that
-///   matches is meant. An absent key reads as the empty text. At most 1023 bytes of a value are
+///   matches counts. An absent key reads as the empty text. At most 1023 bytes of a value are
 ///   read, so a longer name is stored whole but not found. Texts are stored up to their first NUL;
 ///   one with a line feed is refused as a failure.
 /// - Out-arguments are written even when the operation fails later, and flags are only ever set to
@@ -216,7 +216,7 @@ class __attribute__((visibility("default"))) CSIPTrunkConfig {
     /// @param trunkName the stored name; empty adds a trunk at the end of the file
     /// @param record the new definition, only read; its `remote_ip` and `remote_port` count for a
     /// trunk to a master only, its stamp never
-    /// @param resetRegistration true empties a slave's address and stamp; no effect on one to a
+    /// @param resetRegistration true empties a slave's address and stamp; no effect on a trunk to a
     /// master
     /// @return true when the change is on the disk; false when no trunk has that name, or on
     /// failure.
@@ -238,8 +238,8 @@ class __attribute__((visibility("default"))) CSIPTrunkConfig {
     /// @param userName the user name to be stored
     /// @param operation "op_edit" for an edit; everything else is an addition
     /// @return 0 when both are free, 1 when the name is taken, 2 when the user name is taken, 3 on
-    /// failure. The first clash in file order counts; a section without a key takes part as if it
-    /// were empty.
+    /// failure. The first clash in file order counts; a section without one of the two keys takes
+    /// part as if that key were empty.
     int CheckTrunk(const std::string& currentName, const std::string& newName,
                    const std::string& userName, const std::string& operation);
     /// @}
@@ -287,13 +287,14 @@ class __attribute__((visibility("default"))) CSIPTrunkConfig {
     /// @param trunkName the trunk's name
     /// @param fields receives them; untouched when no trunk to a master has the name
     /// @param current true reads the live ones, with `registration_status` true when the stored
-    /// text is a number other than 0; false the saved copy, and `registration_status` stays
+    /// text is a number other than 0; false reads the saved copy, and leaves `registration_status`
+    /// as it is
     /// @return true, also for an unknown trunk; false on failure.
     bool GetTrunkToMasterParams(const std::string& trunkName,
                                 CSIPTrunkBase::STRegistrationFields& fields, const bool& current);
 
-    /// Saves a copy of the live registration parameters of a trunk to a master beside them, over an
-    /// earlier copy. The file is saved even when no trunk to a master has that name.
+    /// Copies the live registration parameters of a trunk to a master to its saved copy, over an
+    /// earlier one. The file is saved even when no trunk to a master has that name.
     /// @param trunkName the trunk's name
     /// @return true when the file is on the disk, false on failure.
     bool ChangeTrunkToMasterConfig(const std::string& trunkName);
@@ -313,8 +314,9 @@ class __attribute__((visibility("default"))) CSIPTrunkConfig {
 
     /// Stores a registered slave's new address and port, with a new stamp. The file is saved even
     /// when no trunk has the user name.
-    /// @param oldRegistration its user name selects the trunk, as in SetRegisterParam; nothing more
-    /// @param newRegistration its address and port are stored; nothing more
+    /// @param oldRegistration only its user name counts: it selects the trunk, as in
+    /// SetRegisterParam
+    /// @param newRegistration only its address and port count: they are stored
     /// @return true when the file is on the disk, false on failure.
     bool ChangeRegisterParam(const CSIPTrunkBase::STRegistrationParam& oldRegistration,
                              const CSIPTrunkBase::STRegistrationParam& newRegistration);
@@ -342,7 +344,8 @@ class __attribute__((visibility("default"))) CSIPTrunkConfig {
     /// whose "registration_status" is exactly "1". Each trunk that is listed loses its stamp and so
     /// becomes inactive. The file is always saved.
     /// @param accessibleSlaves each is appended, with `registration_status` false
-    /// @return true when the file is on the disk; false on failure, with what was appended before.
+    /// @return true when the file is on the disk; false on failure; what was appended before it
+    /// stays.
     bool GetSlaveAccesibleUsersList(
         std::vector<CSIPTrunkBase::STAccessibleSlave>& accessibleSlaves);
     /// @}

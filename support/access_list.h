@@ -2,9 +2,10 @@
 
 #include <string>
 
-// The access list of a file: users and groups that may use it beside its owner and its group. Kept
+// The access list of a file: users and groups that may use it besides its owner and its group. Kept
 // as the kernel hands it out, the extended attribute "system.posix_acl_access" (acl(5), xattr(7)).
-// With a list, the group's bits of the mode are a limit for the list and not what the group may.
+// With a list, the group's bits of the mode are a limit for the list, and do not say what the group
+// may do.
 
 namespace support {
 
@@ -12,8 +13,8 @@ namespace support {
 /// set when that cannot be told.
 bool ReadAccessList(int file, std::string& list);
 
-/// Gives an open file an access list; the empty text takes away what it has, from its folder for
-/// example. Returns false with errno set.
+/// Gives an open file an access list; the empty text takes away any that it has, which may have
+/// come from its folder. Returns false with errno set.
 bool WriteAccessList(int file, const std::string& list);
 
 }  // namespace support

@@ -30,7 +30,7 @@ std::size_t ConfigFile::ValueOffset(std::string_view line, std::string_view key)
 }
 
 unsigned int ConfigFile::GetEntry(const char* key, char* buffer, unsigned int size) const {
-    // Without a look at the key, a comment could pass for an entry.
+    // If the key were not checked, a comment could pass for an entry.
     const bool isKey = support::KeyFault(key, m_separator, m_commentMark) == nullptr;
     bool found = false;
     std::string_view value;

@@ -12,8 +12,8 @@ namespace Configuration {
 /// written back byte for byte.
 ///
 /// A shell lets the last assignment count, so reading gives the last entry with a key and setting
-/// changes every one. Blanks may stand before a key and not after it. An object is used by one
-/// thread at a time, and guards nothing against other processes.
+/// changes every one. Blanks may stand before a key but not after it. An object is used by one
+/// thread at a time, and does not guard the file against other processes.
 class ConfigFile {
   public:
     /// Loads a file.

@@ -20,7 +20,7 @@ namespace support {
 /// A text in pieces, one after the other.
 using TextPieces = std::vector<std::string_view>;
 
-/// Replaces the text of a regular file by `pieces`, durably:
+/// Replaces the text of a regular file with `pieces`, durably:
 ///
 ///     /dir/NAME (old)                      before
 ///     /dir/NAME (old), /dir/.NAME.~XXXXX   while writing, syncing
@@ -31,13 +31,13 @@ using TextPieces = std::vector<std::string_view>;
 /// attributes are not carried over. Temporary files that killed processes left are removed, so only
 /// one process may save a file at a time.
 /// @param path an existing file
-/// @param loaded the file that the text comes from; the new file from the rename on
+/// @param loaded the file that the text was loaded from; after the rename, the new file
 /// @param pieces the text; a piece may be empty
 ///
 /// Throws std::runtime_error with the text "path: step: reason" (std::system_error where a call
 /// failed; "was replaced meanwhile" where another file stands there). The file is then the old one,
-/// except when the text says that the new file is in place: the sync of the folder came after the
-/// rename.
+/// except when the text says that the new file is in place: then only the sync of the folder, after
+/// the rename, failed.
 void ReplaceFile(const char* path, FileIdentity& loaded, const TextPieces& pieces);
 
 }  // namespace support

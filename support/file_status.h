@@ -9,7 +9,8 @@
 
 namespace support {
 
-/// What a save has to know of a file. Not a struct stat, whose size depends on who includes it.
+/// What a save has to know about a file. Not a struct stat, whose size depends on the macros of the
+/// source file that includes it.
 struct FileStatus {
     std::uint64_t device = 0;
     std::uint64_t inode = 0;

@@ -109,7 +109,7 @@ void LogStream::ForgetTextOfParent() {
 long long LogStream::StartAnewWhenFull() {
     const long long size = SizeOf(m_file);
     const auto added = static_cast<long long>(m_pending.size());
-    // One that cannot start anew goes on growing.
+    // A file that cannot be emptied goes on growing.
     if (size + added <= m_maxFileSize ||
         support::RetryInterrupted([&] { return ftruncate(m_file, 0); }) != 0) {
         return size;
@@ -144,7 +144,7 @@ void LogStream::WritePending(long long size) {
     m_pending.erase(0, whole);
 }
 
-// A full disk must not fill the memory as well. What stays are whole lines from the oldest on.
+// A full disk must not fill the memory as well. Whole lines stay, the oldest first.
 void LogStream::LimitPending() {
     if (m_pending.size() <= m_bufferSize) {
         return;

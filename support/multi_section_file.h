@@ -22,7 +22,7 @@ namespace Configuration {
 ///
 /// One section is current at a time. Using the current section when there is none, or changing a
 /// file that was opened read-only, throws std::logic_error. An object is used by one thread at a
-/// time, and guards nothing against other processes.
+/// time, and does not guard the file against other processes.
 class MultiSectionFile {
   public:
     /// Loads a file and stands before its first section.
@@ -76,7 +76,7 @@ class MultiSectionFile {
     /// Removes the current section, from its opening line to its closing line. No section is
     /// current then, and GotoNextSection goes to the one that followed.
     void DeleteSection();
-    /// Removes every entry with this key from the current section; none is no failure.
+    /// Removes every entry with this key from the current section, if there is any.
     void DeleteSectionEntry(const char* key);
 
     /// Writes the whole file back to the path it was loaded from; on return it is on the disk

@@ -12,7 +12,7 @@ struct Range {
     std::uint32_t last;
 };
 
-// Control characters, and what turns the direction of writing.
+// Control characters, and what changes the direction of writing.
 constexpr Range kHarmful[] = {{0x00, 0x1f},     {0x7f, 0x9f},     {0x061c, 0x061c},
                               {0x200e, 0x200f}, {0x202a, 0x202e}, {0x2066, 0x2069}};
 

@@ -31,8 +31,8 @@ key_t KeyOf(const std::string& name) {
     return key == IPC_PRIVATE ? 1 : key;  // IPC_PRIVATE would be a lock shared with nobody
 }
 
-// The kernel is asked each time: the child of a fork, by whatever call, must not take itself for
-// the thread that forked. glibc before 2.30 has no gettid().
+// The kernel is asked each time, so that the child of a fork, made by whatever call, does not take
+// itself for the thread that forked. glibc before 2.30 has no gettid().
 pid_t CallingThread() { return static_cast<pid_t>(syscall(SYS_gettid)); }
 
 const char* StepText(int error) {
@@ -94,7 +94,7 @@ void Semaphore::Lock(bool) {
 void Semaphore::Unlock() noexcept {
     // Where the set was removed while it was held, another thread may take a new set by this handle
     // at any moment. It writes itself first and its set second, so a thread that reads in the other
-    // order and still finds itself has read a set of its own, which has nothing left to release.
+    // order and still finds itself has read its own set, never the new one.
     const int set = m_heldSet;
     pid_t thread = CallingThread();
     if (m_holder != thread) {

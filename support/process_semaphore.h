@@ -38,8 +38,8 @@ class Semaphore {
     void Lock(bool);
 
     /// Releases the lock that the calling thread took through this handle. Does nothing when there
-    /// is none, above all in the child of a fork, and never releases what another holder has.
-    /// Never throws.
+    /// is none, as in the child of a fork, and never releases what another holder has. Never
+    /// throws.
     void Unlock() noexcept;
 
   private:

@@ -26,7 +26,7 @@ enum class LineKind {
 /// Returns why a line of this kind may not stand inside, or outside, a section; null when it may.
 const char* FaultOf(LineKind kind, bool inSection);
 
-/// An entry's line, cut.
+/// The line of an entry, cut in two.
 struct Entry {
     std::string_view key;
     std::string_view value;
@@ -122,7 +122,8 @@ class SectionEntries {
         m_end = stretch.data() + stretch.size();
         m_next = LineEnd(stretch.data()) + 1;  // the opener's line has no entry
     }
-    /// Returns the first entry with the key, null without one. It is there until the next search.
+    /// Returns the first entry with the key, null when there is none. It is valid until the next
+    /// search.
     const Entry* Find(std::string_view key);
 
   private:

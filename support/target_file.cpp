@@ -32,8 +32,8 @@ void TargetFile::Fail(const char* step, int error) const {
 }
 
 FileDescriptor TargetFile::OpenFolder(const char* folder) const {
-    // The sweep reads the folder, and a time of access would be one more thing to write to the
-    // disk; only the folder's owner and root may do without it (open(2)).
+    // The sweep reads the folder, and its time of access would be one more thing to write to the
+    // disk; only the folder's owner and root may prevent that (open(2)).
     const int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
     if (!OccupyStandardStreams()) {
         Fail("open folder");
@@ -48,7 +48,7 @@ FileDescriptor TargetFile::OpenFolder(const char* folder) const {
     return FileDescriptor(opened);
 }
 
-// Only a second save comes here: the file is then the one that the first has made.
+// Only an object's second save comes here: the file is then the one that its first save made.
 void TargetFile::OpenOld() {
     const int flags = O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
     FileDescriptor file(RetryInterrupted([&] { return openat(Folder(), Name(), flags); }));
@@ -88,7 +88,7 @@ void TargetFile::SyncFolder() const {
     if (RetryInterrupted([&] { return fsync(Folder()); }) == 0) {
         return;
     }
-    // File systems without a sync for folders answer so (fsync(2)).
+    // This is what file systems without a sync for folders answer (fsync(2)).
     if (errno != EINVAL && errno != ENOSYS) {
         Fail("sync folder (the new file is in place; a power cut may undo it)");
     }

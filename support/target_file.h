@@ -13,7 +13,7 @@ class TargetFile {
   public:
     /// Follows the links at the path's end, checks that they lead to the file that was loaded, and
     /// opens its folder.
-    /// @param loaded the file; opened anew where it is no longer open
+    /// @param loaded the file; opened again when it is no longer open
     ///
     /// Throws, as all members do, std::runtime_error with the text "path: step: reason".
     TargetFile(const char* path, FileIdentity& loaded);

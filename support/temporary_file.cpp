@@ -31,7 +31,7 @@ constexpr std::size_t kSuffixLength = 6;
 bool IsAlphanumeric(char byte) { return std::isalnum(static_cast<unsigned char>(byte)) != 0; }
 
 // The suffix of a temporary file: a tilde, which mkstemp(3) never uses, and five letters or digits.
-// So a ".rc.conf.backup" of an operator's or a ".rc.conf.aB3dE9" of another program is never swept.
+// So an operator's ".rc.conf.backup" or another program's ".rc.conf.aB3dE9" is never swept.
 bool IsTemporarySuffix(std::string_view suffix) {
     return suffix.front() == '~' && std::all_of(suffix.begin() + 1, suffix.end(), IsAlphanumeric);
 }
@@ -129,8 +129,8 @@ void TemporaryFile::WriteParts(struct iovec* parts, std::size_t count) {
 }
 
 // The owner first: a change of owner clears bits of the mode (chown(2)), and the entries of a list
-// for the owner and the group must not serve another owner and group. The mode last: a list brings
-// its own. Most often the temporary file has owner and mode from its birth.
+// for the owner and the group must not apply to another owner and group. The mode last: a list
+// brings its own. Most often the temporary file has the right owner and mode from its birth.
 void TemporaryFile::TakeOwnerAndMode() {
     const int file = m_file.Number();
     const FileStatus& old = m_target.Old();

@@ -42,8 +42,8 @@ class TemporaryFile {
     bool m_renamed = false;
 };
 
-/// Removes what killed processes have left of their temporary files for this target. The save is
-/// done by then: what cannot be removed stays for the next one.
+/// Removes the temporary files for this target that killed processes have left. The save is done by
+/// then: a file that cannot be removed stays for the next one.
 void SweepLeftovers(TargetFile& target);
 
 }  // namespace support

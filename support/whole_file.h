@@ -31,7 +31,7 @@ struct FileText {
     std::string_view View() const { return {bytes.get(), size}; }
 };
 
-/// Returns a text of `size` bytes, not yet set. Throws std::bad_alloc without memory.
+/// Returns a text of `size` bytes, which are not yet set. Throws std::bad_alloc without memory.
 FileText MakeText(std::size_t size);
 
 /// Reads a regular file whole. Links are followed; a folder, FIFO or device is refused and never

@@ -70,10 +70,10 @@ class ByteLimit {
 #endif
     }
 
-    Word m_above;  // the first byte above the limit, in each byte
+    Word m_above;  // the smallest byte above the limit, in each byte
 };
 
-/// Returns the first line feed or NUL from `at` on. It has to be there, like ByteLimit's.
+/// Returns the first line feed or NUL from `at` on. As for ByteLimit, it has to be there.
 inline const char* LineEnd(const char* at) {
     constexpr ByteLimit kControl('\n');
     for (;; ++at) {

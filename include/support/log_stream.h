@@ -4,10 +4,10 @@
 #include <string>
 #include <type_traits>
 
-/// A log file. Lines from several threads and processes reach it whole.
+/// A log file in which the lines of several threads and processes stay whole.
 ///
 /// TRACE collects text in memory; Flush hands it to the kernel in one write at the end of the file.
-/// Control characters in a message, and marks that turn the direction of writing, are written as
+/// Control characters in a message, and marks that change the direction of writing, are written as
 /// `\xNN` for each of their bytes, so that no text from outside can forge a line. An object is used
 /// by one thread at a time; any number of processes may log to one file. A thread that is cancelled
 /// during a call goes on until the call returns.
@@ -24,9 +24,9 @@ class LogStream {
     /// @param create true creates a missing file, false makes that a failure
     /// @param maxFileSize in bytes: a file that would outgrow it starts anew, empty
     /// @param filesKept how many files the log has: 1, since a full one starts anew
-    /// @param bufferSize in bytes: memory kept ready for lines. After a failed write at most so
-    /// much is kept for another try, or else the oldest line. A line may be longer, but one without
-    /// a line feed is cut to this size when it has to wait
+    /// @param bufferSize in bytes: memory kept ready for lines. After a failed write at most this
+    /// much waits for another try, or the oldest line alone when it is longer. A line may be
+    /// longer, but one that has no end yet is cut to this size when it has to wait
     /// @param syncAtFlush true makes each Flush wait until the text is on the disk
     ///
     /// Throws std::system_error, whose text names the path, when the file cannot be opened or is a
@@ -42,19 +42,20 @@ class LogStream {
     /// All levels are written. Throws a std::exception when the text cannot be made.
     __attribute__((format(printf, 3, 4))) void TRACE(unsigned char level, const char* format, ...);
 
-    /// The same with an argument list of the caller's, which is used up. The last argument is 0. A
-    /// list that is a parameter of the caller's is another type on some processors (an array became
-    /// a pointer), and does not compile there: make a copy with va_copy.
+    /// The same with the caller's argument list, which is used up. The last argument is 0. On some
+    /// processors a list that the caller got as a parameter has another type (an array became a
+    /// pointer) and does not compile: pass a copy made with va_copy.
     __attribute__((format(printf, 3, 0))) void TRACE(unsigned char level, const char* format,
                                                      va_list& arguments, unsigned char);
-    // Else such a list would count as one of the arguments of the first TRACE. Where a list is a
-    // pointer everywhere, nothing tells it from other pointers.
+    // Without this, such a list would be taken for an argument of the first TRACE. Where every list
+    // is a pointer, nothing tells it from other pointers.
     template <bool isPointer = std::is_pointer_v<va_list>, typename = std::enable_if_t<!isPointer>>
     void TRACE(unsigned char, const char*, va_list, Number) = delete;
 
-    /// Writes what was added. A write that fails is not reported, and tried again at the next
-    /// Flush. A line that was written in part is cut off again, or, where the file cannot be cut,
-    /// ended by a line feed. What a process added before it forked is not written by its child.
+    /// Writes what was added. A write that fails is tried again at the next Flush, and never
+    /// reported. When only part of a line got through, that part is taken back, or ended with a
+    /// line feed where the file does not allow that. What a process added before it forked is
+    /// written by that process alone, not by its child.
     void Flush();
 
   private:

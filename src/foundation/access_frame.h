@@ -12,7 +12,7 @@
 // The frame that every operation on the device's files runs in. Its promises:
 // 1. The work runs under the lock of the device, and what it makes is gone before the lock goes.
 // 2. The lock is free again on every way out: result, failure, or an exception of another family.
-// 3. A std::exception, also one of the lock or the buffer, becomes the operation's failure value
+// 3. A std::exception, also one from the lock or the buffer, becomes the operation's failure value
 //    and one ERROR line, which is written without the lock.
 
 namespace raiklaik {
@@ -23,9 +23,8 @@ struct ValueBuffer {
     unsigned int capacity;  ///< in bytes, the NUL included
 };
 
-/// A value buffer on the stack, so that there is no allocation to fail, but 1 KiB of the caller's
-/// stack to pay. Which operations use it and which a SmartBuffer is part of what each of them
-/// promises.
+/// A value buffer on the stack: no allocation that could fail, at the price of 1 KiB of the
+/// caller's stack. Whether an operation uses this or a SmartBuffer is part of what it promises.
 struct LocalBuffer {
     char m_data[kValueCapacity] = "";
     std::uint32_t m_capacity = sizeof(m_data);

@@ -37,7 +37,8 @@ std::int64_t ReadSeconds() {
 }
 
 struct tm LocalTime(std::int64_t seconds) {
-    // localtime shares its result between threads, and localtime_r need not look at TZ again.
+    // localtime shares its result between threads; localtime_r does not, but may take no notice of
+    // a new TZ without tzset.
     const auto moment = static_cast<std::time_t>(seconds);
     struct tm local {};
     tzset();

@@ -20,7 +20,7 @@ Moment ReadClock();
 /// Reads the clock's seconds since 1970, for stamps.
 std::int64_t ReadSeconds();
 
-/// Returns local broken-down time in the zone that TZ names now. Any thread may call.
+/// Returns the local time, in the zone that TZ names now. Any thread may call.
 struct tm LocalTime(std::int64_t seconds);
 
 }  // namespace raiklaik

@@ -29,7 +29,7 @@ constexpr std::uint32_t kKey = 0xef7b2cd0;
 
 }  // namespace device_lock
 
-/// The bytes of a value that an operation reads at most, the NUL after them included.
+/// The most bytes of a value that an operation reads, with the NUL after them.
 constexpr unsigned int kValueCapacity = 1024;
 
 }  // namespace raiklaik

@@ -38,7 +38,8 @@ CSIPTrunkLogger::~CSIPTrunkLogger() = default;
 std::string CSIPTrunkLogger::FormatTime() {
     char prefix[100] = {};
     const raiklaik::Moment now = raiklaik::ReadClock();
-    // Where time_t has 32 bits, the members hold the seconds cut; the local time is made of all.
+    // Where time_t has 32 bits, the members hold the seconds cut to these; the local time is made
+    // from all bits.
     m_clock.time = static_cast<std::time_t>(now.seconds);
     m_clock.millitm = now.milliseconds;
     // Without a prefix made before, there is nothing to abbreviate, whatever second it is.

@@ -2,9 +2,9 @@
 
 #include <string>
 
-// The files of the device. The base directory is the environment variable QORV_PATH as it stands,
-// so that its value ends in "/", or "/etc/qorv-conf/" when it is not set. It is read at each call;
-// changing the environment meanwhile, in another thread, is not safe (getenv(3)).
+// The files of the device. The base directory is the environment variable QORV_PATH, taken as it
+// stands, so its value must end in "/"; without the variable it is "/etc/qorv-conf/". It is read at
+// each call; changing the environment meanwhile, in another thread, is not safe (getenv(3)).
 
 namespace raiklaik {
 

@@ -15,7 +15,8 @@ struct Stamp {
 /// Stamps the current section: the date first, then the time.
 void WriteStamp(TrunkDatabase& trunks, const Stamp& stamp);
 
-/// Removes the stamp from the current section: the date first, then the time. None is no failure.
+/// Removes the stamp from the current section: the date first, then the time. It is no failure when
+/// there is none.
 void EraseStamp(TrunkDatabase& trunks);
 
 }  // namespace raiklaik

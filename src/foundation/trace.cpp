@@ -25,7 +25,7 @@ void TraceProgress(CSIPTrunkLogger* logger, const char* format, ...) {
     try {
         logger->TRACE(kProgressLevel, "%s", support::FormatText(format, arguments).c_str());
     } catch (const std::exception&) {
-        // A line too many for the memory; the operation goes on.
+        // There was no memory for the line; the operation goes on.
     }
     va_end(arguments);
 }
@@ -37,7 +37,7 @@ void TraceError(CSIPTrunkLogger* logger, const char* cause) {
     try {
         logger->TRACE(kErrorLevel, "ERROR: %s \n", cause);
     } catch (const std::exception&) {
-        // The failure itself is told by the operation's result.
+        // The operation's result still tells of the failure.
     }
 }
 

@@ -9,7 +9,7 @@
 
 namespace raiklaik {
 
-/// How an operation opens the database; the only place where the flags of the file are spelled.
+/// How an operation opens the database; operations know nothing of MultiSectionFile's own flags.
 enum class OpenMode {
     kReadOnly,       ///< only reads
     kChange,         ///< changes what is there; a missing file is a failure
@@ -22,7 +22,7 @@ enum class OpenMode {
 /// std::logic_error when there is none; every member may throw what MultiSectionFile throws.
 class TrunkDatabase {
   public:
-    /// Loads the file and stands before the first section. `buffer` outlives the object.
+    /// Loads the file and stands before the first section. `buffer` must outlive the object.
     TrunkDatabase(OpenMode mode, ValueBuffer buffer);
 
     /// Makes the next section current; false after the last.
@@ -52,18 +52,18 @@ class TrunkDatabase {
         return Read(key) && support::IsSame(Text(), text);
     }
 
-    /// Sets the entry with this key, or appends it. Returns true.
+    /// Sets the entry with this key, or adds one after the last. Returns true.
     bool Set(const char* key, const char* text);
     /// The same; the text ends at its first NUL.
     bool Set(const char* key, const std::string& text);
     /// Sets the entry `to` to what a read of `from` gives: its value, or the empty text.
     void Copy(const char* from, const char* to);
-    /// Removes the entries with this key; none is no failure.
+    /// Removes the entries with this key, if there are any.
     void Erase(const char* key);
-    /// Appends an entry.
+    /// Adds an entry after the last.
     void AddEntry(const char* key, const char* text);
 
-    /// Appends an empty section and makes it current.
+    /// Adds an empty section after the last one and makes it current.
     void AppendSection();
     /// Adds an empty section before the first one and makes it current.
     void InsertFirstSection();

@@ -7,7 +7,7 @@ using namespace raiklaik;
 
 namespace {
 
-// Writes the definition into the current section. The order is that of new keys in the file.
+// Writes the definition into the current section. New keys get this order in the file.
 void WriteDefinition(TrunkDatabase& trunks, const CSIPTrunkBase::STParamsRecord& record,
                      bool resetRegistration) {
     trunks.Set(key::kTrunkName, record.trunk_name);

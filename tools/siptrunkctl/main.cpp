@@ -26,7 +26,8 @@ int Report(const Context& context, const Failure& failure) {
 }  // namespace
 
 int main(int count, char** words) {
-    // Otherwise a file that is opened could get the number of a closed stream, and the answer.
+    // Otherwise a file that is opened could get the number of a closed stream, and with it the
+    // answer.
     (void)support::OccupyStandardStreams();
     Context context;
     try {

@@ -20,7 +20,7 @@ constexpr const char* kAdding = "op_add";
 struct Clash {
     bool isName;  ///< else the user name is taken
     std::string text;
-    std::optional<Trunk> holder;  ///< looked up by itself, so it may be gone
+    std::optional<Trunk> holder;  ///< looked up separately, so it may be gone by then
 
     Failure ToFailure() const {
         std::string by;
@@ -33,7 +33,7 @@ struct Clash {
     }
 };
 
-// user  empty when the name alone is to be compared
+// `user` is empty when only the name is to be compared.
 std::optional<Clash> FindClash(Library& library, const std::string& edited, const std::string& name,
                                const std::string& user) {
     int taken = 0;

@@ -23,7 +23,7 @@ struct Candidate {
 using Candidates = std::function<std::vector<Candidate>()>;
 using CandidatesOf = std::map<const CLI::Option*, Candidates>;
 
-// Candidates that leave it to the shell.
+// Candidates that stand for files and folders, which the shell finds by itself.
 constexpr const char* kFiles = ":files";
 constexpr const char* kFolders = ":folders";
 
@@ -36,8 +36,8 @@ Candidates These(std::vector<Candidate> candidates);
 Candidates TrunkNames(Which which = Which::kAll);
 Candidates SlaveUsers();
 
-/// A command of the tool, or the tool itself, while it is registered with CLI11. What a function
-/// adds goes into a place that outlives it.
+/// A command of the tool, or the tool itself, while it is registered with CLI11. The variables that
+/// its functions take get the given values, so they must outlive it.
 class Command {
   public:
     Command(CLI::App& app, Context& context, CandidatesOf& candidates)
@@ -54,8 +54,8 @@ class Command {
                 std::function<void(Context& context)> run) const;
 
     Command& Flag(const char* name, bool& isGiven, const char* meaning);
-    /// Adds an option with a value. When it is given twice the last counts, so what a shell's alias
-    /// gives can be overruled.
+    /// Adds an option with a value. When it is given twice, the last one counts, so that it can
+    /// overrule the one of a shell's alias.
     /// @param form what the value is, for the help
     Command& Value(const char* name, std::string& value, const char* form, const char* meaning,
                    Candidates candidates = {});
@@ -75,7 +75,7 @@ class Command {
     /// Adds the words that need not be given, and of which there may be several.
     Command& Words(const char* name, const char* meaning, Candidates candidates = {},
                    int most = kAnyNumber);
-    /// What was added last must be given, or excludes another option.
+    /// What was added last must be given, or must not be given with another option.
     Command& Required();
     Command& Excluding(const char* name);
 
@@ -101,13 +101,13 @@ void AddImport(const Command& root);
 void AddEdit(const Command& root);
 void AddWatch(const Command& root);
 
-/// Leaves the column of the last field out of a table in which nobody has anything in it.
+/// Leaves the last field's column out of a table when it would be empty in every row.
 void HideEmptyNotes(std::vector<Record>& records);
 
 struct Change;
 
-/// Confirms changes of the database: the text for people, after a line for each change when it is
-/// to be told, or as JSON the record and a list of all changes.
+/// Confirms changes of the database: for people the text, with a line for each change before it
+/// when `isTold`; as JSON the record and a list of all changes.
 void ConfirmChanges(Context& context, const std::vector<Change>& changes, bool isTold,
                     const std::string& text, const Record& record);
 

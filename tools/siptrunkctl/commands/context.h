@@ -7,7 +7,7 @@
 #include "tools/siptrunkctl/view/failure.h"
 #include "tools/siptrunkctl/view/output.h"
 
-/// What the words and options of a command say. Only one command runs, so all share the places.
+/// What the words and options of a command say. Only one command runs, so all share these fields.
 struct Arguments {
     std::string name;
     std::string newName;

@@ -25,7 +25,7 @@ char Ask(bool mayStore) {
             answer += byte;
         }
         if (byte != '\n') {
-            WriteError("\n");  // as the missing answer would have
+            WriteError("\n");  // the line end that the missing answer would have had
             return 'q';
         }
         if (answer == "e" || answer == "q" || answer == "d" || (answer == "s" && mayStore)) {

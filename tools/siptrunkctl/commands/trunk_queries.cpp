@@ -36,7 +36,7 @@ const Field* FindField(const Record& record, const std::string& name) {
     return found == record.end() ? nullptr : &*found;
 }
 
-// Of the fields, those that were asked for, in that order.
+// Keeps only the fields that were asked for, in that order.
 void Choose(std::vector<Record>& records, const std::vector<std::string>& names) {
     for (Record& record : records) {
         Record fields;

@@ -23,7 +23,7 @@ void ApplyTrunkValues(const TrunkValues& values, Trunk& trunk);
 /// What may stand for a KEY=VALUE word, for the completion.
 Candidates TrunkValueCandidates();
 
-/// Reads "on", "off", "1" or "0". what  what is switched, for the failure's text
+/// Reads "on", "off", "1" or "0"; `what` says what is switched, for the failure's text.
 bool ReadSwitch(const std::string& what, const std::string& value);
 
 /// Throws UsageFailure unless the database can hold the value and give it back.

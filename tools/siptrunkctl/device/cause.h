@@ -12,6 +12,6 @@ void UseDirectory(const std::string& directory);
 /// Returns whether the database is there. Without one, a trunk that is added makes it.
 bool HasDatabase();
 
-/// Returns the failure that a cause told by the library, or by one of its parts, stands for: with
-/// the exit code that belongs to it, and the cure where one is known.
+/// Returns the failure for a cause that the library, or one of its parts, reported: with the exit
+/// code that belongs to it, and the cure where one is known.
 Failure FailureOf(const std::string& cause);

@@ -20,21 +20,21 @@ struct LibraryOptions {
 /// them: the last ERROR line tells why an operation failed. From there they go to the log file.
 class Library {
   public:
-    /// @param options outlive the object, and count from the first operation on
+    /// @param options must outlive the object; they count from the first operation on
     explicit Library(const LibraryOptions& options) : m_options(options) {}
 
     /// The operations. The first call waits for the device's lock. Throws std::system_error when
     /// the log cannot be opened.
     CSIPTrunkConfig& Config();
 
-    /// Passes on what an operation answered. Throws a Failure with the cause that the library
-    /// logged, when it did.
+    /// Passes on what an operation answered. When the library has logged a cause, throws a Failure
+    /// with it.
     template <typename Result>
     Result Checked(Result result) {
         ThrowLogged();
         return result;
     }
-    /// The same for an operation that must have answered true. otherwise  the failure's text
+    /// The same for an operation that must have answered true; `otherwise` is the failure's text.
     void Require(bool result, const std::string& otherwise);
 
   private:

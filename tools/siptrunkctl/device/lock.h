@@ -6,7 +6,7 @@
 /// The time that a command waits for the device's lock when nothing limits it.
 constexpr double kForEver = -1;
 
-/// Waits until the device's lock is free, and leaves it so. On a terminal it says after two seconds
+/// Waits until the device's lock is free, and leaves it so. After two seconds it says on a terminal
 /// whom it waits for.
 /// @param limit seconds, after which it throws a Failure; kForEver for none
 void WaitForLock(double limit);

@@ -15,7 +15,7 @@ bool IsToMaster(const Trunk& trunk);
 std::string KindOf(const Trunk& trunk);
 
 /// Returns the trunks without their passwords: those to a master, those for a slave, then those of
-/// unknown types, which work as ones for a slave.
+/// unknown types, which work as trunks for a slave.
 std::vector<Trunk> ReadTrunks(Library& library);
 
 /// Returns a trunk whole. Throws a Failure when none has the name.
@@ -24,6 +24,6 @@ Trunk RequireTrunk(Library& library, const std::string& name);
 /// Throws a Failure when no trunk to a master has the name.
 void RequireTrunkToMaster(Library& library, const std::string& name);
 
-/// Throws a Failure when no trunk for a slave has the user name, or when one to a master has it,
-/// which a registration would then go to.
+/// Throws a Failure when no trunk for a slave has the user name, or when a trunk to a master has
+/// it, since a registration would then go to that one.
 Trunk RequireTrunkOfSlave(Library& library, const std::string& user);

@@ -14,8 +14,8 @@ constexpr std::size_t kLongestValue = raiklaik::kValueCapacity - 1;
 /// Returns why a text can be no port, a decimal number from 1 to 65535; null when it can.
 const char* PortFault(const std::string& text);
 
-/// Returns why a text can be no address or host name; null when it can. A name is anybody's choice,
-/// so only blanks, and numbers and dots that are no IPv4 address, are refused.
+/// Returns why a text can be no address or host name; null when it can. A host name can be nearly
+/// anything, so all that is refused is blanks, and numbers and dots that are no IPv4 address.
 const char* AddressFault(const std::string& text);
 
 /// @return what is wrong with a database beyond its grammar: names and users that occur twice,

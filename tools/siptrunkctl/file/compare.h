@@ -21,8 +21,8 @@ struct Change {
 /// name only the first counts, and the sections without a name are the agents' switches.
 std::vector<Change> Compare(const Sections& before, const Sections& after);
 
-/// Returns a change as a line for people, without the line end. secrets  whether passwords are
-/// shown
+/// Returns a change as a line for people, without the line end; `secrets` says whether passwords
+/// are shown.
 std::string ChangeText(const Change& change, bool secrets);
 
 /// Returns a change for JSON.

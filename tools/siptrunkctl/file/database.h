@@ -68,7 +68,7 @@ void RequireSound(const std::string& path, const Database& database);
 /// section, all others after the last line.
 /// @param text the text as it is
 /// @param stored the same, taken apart
-/// @param replace whether the sections that are there go; comments between them stay
+/// @param replace whether the stored sections are removed; comments between them stay
 std::string TextWith(const std::string& text, const Database& stored, const Sections& sections,
                      bool replace);
 

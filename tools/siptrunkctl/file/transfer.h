@@ -8,7 +8,7 @@
 // The database as JSON: {"sections": [{"trunk_name": "office", ...}, ...]}, all values as texts, a
 // hidden password as null.
 
-/// @return the sections as JSON. Of a key that occurs twice only the first value is there, the one
+/// @return the sections as JSON. Of a key that occurs twice, it has only the first value, the one
 /// that the library reads. Throws a Failure for a key that JSON cannot carry.
 /// @param path the database's file, for the failure's text
 /// @param secrets whether passwords are shown

@@ -25,7 +25,7 @@ class Failure : public std::runtime_error {
     ExitCode m_code;
 };
 
-/// A command line that asks for something that cannot be; nothing was looked at or changed.
+/// A command line that asks for something impossible; nothing was looked at or changed.
 class UsageFailure : public Failure {
   public:
     explicit UsageFailure(const std::string& text) : Failure(ExitCode::kUsage, text) {}

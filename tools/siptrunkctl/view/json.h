@@ -20,7 +20,7 @@ void PutText(Json& object, const std::string& name, const std::string& text);
 /// Puts null into an object, under a name that it does not have yet.
 void PutNull(Json& object, const std::string& name);
 
-/// Reads a text of PutText back. Returns false when it is not as Base64 is written.
+/// Reads a text of PutText back. Returns false when it is not written as PutText would write it.
 bool TextFromBase64(std::string_view base64, std::string& text);
 
 /// Returns a record as an object. Secrets are null unless `secrets` is true.

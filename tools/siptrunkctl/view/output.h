@@ -21,10 +21,10 @@ struct OutputOptions {
 /// it empty.
 class Output {
   public:
-    /// @param options outlive the object, and count when something is printed
+    /// @param options must outlive the object; they count when something is printed
     explicit Output(const OutputOptions& options) : m_options(options) {}
 
-    /// Answers with a list. noun  what a record is
+    /// Answers with a list; `noun` says what a record is.
     void PrintList(const std::vector<Record>& records, const char* noun);
     /// Answers with one record.
     void PrintOne(const Record& record);

@@ -12,8 +12,8 @@ namespace {
 
 constexpr std::size_t kGap = 2;
 
-// What the first column, which tells the rows apart, and the others are cut to, step by step. An
-// IPv4 address has 15 characters.
+// The widths to which the first column, which tells the rows apart, and the others are cut, step by
+// step. An IPv4 address has 15 characters.
 constexpr std::pair<std::size_t, std::size_t> kLeastWidths[] = {{26, 15}, {26, 8}, {8, 8}};
 
 constexpr const char* kBold = "\x1b[1m";

@@ -40,7 +40,7 @@ bool IsIn(const Range (&ranges)[Size], std::uint32_t point) {
 // Returns a text whose blanks before `first` and after `last` are escaped as well.
 std::string Escaped(std::string_view text, std::size_t first, std::size_t last) {
     std::string escaped;
-    std::size_t backslashes = 0;  // that are the last ones so far
+    std::size_t backslashes = 0;  // those right before the next character
     Character character{};
     for (std::size_t at = 0; at < text.size(); at += character.length) {
         character = support::FirstCharacter(text.substr(at));

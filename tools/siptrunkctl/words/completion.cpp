@@ -44,8 +44,8 @@ std::vector<Word> SplitLine(const std::string& line) {
     return words;
 }
 
-// Returns a text in the quotation that was begun with what was typed, without the part that bash
-// keeps: up to the last character at which it breaks words.
+// Returns a text quoted as what was typed begins, without the part that bash keeps, which ends at
+// the last character at which it breaks words.
 std::string ForBash(const std::string& text, const std::string& typed) {
     const bool isQuoted = !typed.empty() && (typed.front() == '"' || typed.front() == '\'');
     std::string quoted;
@@ -61,7 +61,7 @@ std::string ForBash(const std::string& text, const std::string& typed) {
 /// The place of the cursor on a command line.
 class Cursor {
   public:
-    // words  those before it
+    // `words` are those before it
     Cursor(CLI::App& app, const CandidatesOf& candidates, std::vector<std::string> words)
         : m_app(app),
           m_candidates(candidates),
@@ -115,7 +115,7 @@ class Cursor {
         return option;
     }
 
-    // before  what stands before each candidate
+    // `before` is what stands before each candidate.
     std::vector<Candidate> Values(const CLI::Option* option, const std::string& before) const {
         const auto known = m_candidates.find(option);
         std::vector<Candidate> values;

@@ -13,7 +13,7 @@ const CLI::App* ChosenOf(const CLI::App& app);
 
 /// Prints what may stand at the place of the cursor, one candidate to a line: the text, a tab, and
 /// what it is. ":files" and ":folders" leave it to the shell.
-/// @param context what the tool's options say goes there
+/// @param context gets what the tool's options say
 /// @param words "words" and the command line's words up to the cursor, without quotation marks; or
 /// "bash" and the line up to the cursor as it was typed. The candidates for bash have its quotation
 /// marks, and lack what stands before the last place at which it breaks words.
