@@ -306,7 +306,8 @@ class GuardedPage {
 
 TEST_F(SectionTextTest, NothingIsReadAfterTheLineFeedsThatFollowAText) {
     GuardedPage page;
-    for (const std::size_t length : {1, 7, 57, 58, 59, 60, 61, 62, 63, 64, 65, 100, 200}) {
+    for (const std::size_t length :
+         {1U, 7U, 57U, 58U, 59U, 60U, 61U, 62U, 63U, 64U, 65U, 100U, 200U}) {
         const std::string keyword(length, 's');
         const support::SectionGrammar grammar(keyword.c_str(), "{", "}", "=", "#");
         const std::string section = keyword + " {\na=1\n}\n";
