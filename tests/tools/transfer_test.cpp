@@ -106,6 +106,17 @@ TEST_F(Transfer, ImportReplacesOnDemand) {
                   SlaveText("branch", "1001"));
 }
 
+TEST_F(Transfer, ALastLineWithoutItsEndGetsOneOnlyBeforeAnother) {
+    const std::string open = "section {\ntrunk_name=a\ntrunk_type=0\n}";
+    const std::string switches =
+        "section {\nsiptrunk_master_enabled=1\nsiptrunk_slave_enabled=1\n}\n";
+    WriteDatabase(open);
+    Do({"import", "-"}, Document({SwitchSection()}));
+    EXPECT_EQ(DatabaseText(), switches + open);
+    Do({"import", "-"}, Document({SlaveSection("branch", "1001")}));
+    EXPECT_EQ(DatabaseText(), switches + open + "\n" + SlaveText("branch", "1001"));
+}
+
 TEST_F(Transfer, ATrialStoresNothing) {
     const std::string document = Document({SwitchSection(), SlaveSection("a", "1")});
     ExpectAnswer({"import", "-", "--dry-run"},
