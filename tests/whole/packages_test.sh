@@ -64,6 +64,9 @@ BuildByPkgConfig
 Check "$work/by_pkg_config"
 BuildByCMake "$root/usr"
 Check "$work/by_cmake/consumer"
+# Promised for a small device, where it is a 32-bit program.
+[[ $architecture != armhf ]] || (($(stat -c %s "$root/usr/bin/siptrunkctl") <= 380 * 1000)) ||
+    Fail "siptrunkctl has more than 380 KB"
 CheckTool "$root/usr/bin/siptrunkctl"
 
 Dpkg --purge raiklaik1:"$architecture" raiklaik-dev:"$architecture" siptrunkctl:"$architecture"
