@@ -45,7 +45,7 @@ class ByteLimit {
 
     /// Returns the first byte from `at` on that is at or below the limit. There must be one, and
     /// after it a word's size of bytes, which may be read as well.
-    const char* First(const char* at) const {
+    const char* First(const char* at) const noexcept {
         Word hits = Hits(WordAt(at));
         while (hits == 0) {
             at += sizeof(Word);
