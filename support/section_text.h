@@ -118,6 +118,7 @@ inline void Cut(Stretches& stretches, const char* opener) {
 class SectionEntries {
   public:
     explicit SectionEntries(const SectionGrammar& grammar) : m_grammar(grammar) {}
+    ~SectionEntries() = default;
     SectionEntries(const SectionEntries&) = delete;
     SectionEntries& operator=(const SectionEntries&) = delete;
 

@@ -7,9 +7,7 @@
 // Flags are stored as "1" and "0". Each operation reads them in one of three ways, which differ on
 // every other text.
 
-namespace raiklaik {
-
-namespace flag {
+namespace raiklaik::flag {
 
 /// "1", "10", "1x"; not " 1".
 inline bool BeginsWithOne(std::string_view text) { return !text.empty() && text.front() == '1'; }
@@ -25,6 +23,4 @@ inline bool IsNonZeroNumber(const std::string& text) {
 /// The text that stores a flag.
 inline const char* Text(bool value) { return value ? "1" : "0"; }
 
-}  // namespace flag
-
-}  // namespace raiklaik
+}  // namespace raiklaik::flag
