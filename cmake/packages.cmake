@@ -65,7 +65,7 @@ set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS
 # The entries of this version in CHANGELOG.md, in Debian's form.
 set(made "${PROJECT_BINARY_DIR}/packaging")
 file(READ CHANGELOG.md changes)
-string(REGEX MATCH "\n## ${PROJECT_VERSION}\n[^#]*" changes "${changes}")
+string(REGEX MATCH "\n## ${PROJECT_VERSION}, [-0-9]+\n[^#]*" changes "${changes}")
 string(REGEX MATCH "\n- .*[^\n]" changes "${changes}")
 string(REPLACE "\n  " " " changes "${changes}")
 string(REPLACE "\n- " "\n  * " changes "${changes}")
