@@ -11,8 +11,10 @@ function(raiklaik_add_page page section component)
     set(made "${CMAKE_CURRENT_BINARY_DIR}/man/${page}.${section}")
     add_custom_command(
         OUTPUT "${made}"
-        # scdoc switches hyphenation off before .TH, which switches it on again.
-        COMMAND "${RAIKLAIK_SCDOC}" < "${source}" | sed "/^[.]TH /a .nh" > "${made}"
+        # scdoc switches hyphenation off before .TH, which switches it on again, and makes hyphens of
+        # the dashes, at which lines may end.
+        COMMAND "${RAIKLAIK_SCDOC}" < "${source}" | sed -e "/^[.]TH /a .nh" -e
+                "/^[.]/!s/-/\\\\-/g" > "${made}"
         DEPENDS "${source}"
         COMMENT "Making the manual page ${page}(${section})"
         VERBATIM)
