@@ -64,6 +64,27 @@ TEST_F(Agreement, TheManualPageTellsOfEveryCommandAndOption) {
     }
 }
 
+TEST_F(Agreement, EveryHelpFitsATerminalOf80Columns) {
+    const auto expect = [&](const Words& words) {
+        for (const std::string& line : Split(RunBare(words).out, '\n')) {
+            EXPECT_LE(line.size(), 80U) << line;
+        }
+    };
+    const std::string help = RunBare({}).out;
+    expect({});
+    for (const std::string& command :
+         FirstWords(help.substr(help.find("\nTrunks:")), {"Examples:"})) {
+        expect({"help", command});
+        const std::string text = RunBare({"help", command}).out;
+        const std::size_t commands = text.find("\nCommands:");
+        if (commands != std::string::npos) {
+            for (const std::string& below : FirstWords(text.substr(commands), {"Example:"})) {
+                expect({"help", command, below});
+            }
+        }
+    }
+}
+
 /// The completions, in the shells themselves.
 class Completion : public ToolTest {
   protected:
@@ -139,6 +160,9 @@ const std::vector<std::pair<std::string, std::string>> kCompleted = {
     {"-C . get office reg", "[-C][.][get][office][registration]"},
     {"-C . delete office my", "[-C][.][delete][office][my branch]"},
     {"help unreg", "[help][unregister-all]"},
+    {"help slave ref", "[help][slave][refresh]"},
+    {"list --fields name,us", "[list][--fields][name,user]"},
+    {"list --fields=ip,name,us", "[list][--fields=ip,name,user]"},
     {"validate my", "[validate][my file]"},
     {"import \"my f", "[import][my file]"},
 };
@@ -169,11 +193,14 @@ TEST_F(Completion, BashCompletesCommandsOptionsAndNames) {
     }
     std::vector<std::string> lines = WithTabs();
     const std::string all = "\x1b*";  // the key that inserts all that is offered
-    lines.insert(lines.end(), {"s" + all, "-C . show " + all, "modify x type=" + all});
+    lines.insert(lines.end(), {"s" + all, "-C . show " + all, "modify x type=" + all,
+                               "list --fields name,s" + all, "help slave re" + all});
     std::vector<std::string> words = CompletedWords(Folder());
     words.insert(words.end(),
                  {"[service][show][slave][snapshot][status]", "[-C][.][show][my branch][office]",
-                  "[modify][x][type=master][slave]"});
+                  "[modify][x][type=master][slave]",
+                  "[list][--fields][name,since][name,since_iso][name,sym_nat]",
+                  "[help][slave][refresh][register]"});
     EXPECT_EQ(
         RunShell({"TERM=dumb", "INPUTRC=/dev/null", "bash", "--norc", "-i"},
                  Typing("source " PROJECT_FOLDER "/completions/siptrunkctl.bash", lines), "noted"),
@@ -208,6 +235,16 @@ TEST_F(Completion, ALineThatIsWholeIsNotRun) {
     }
     EXPECT_EQ(RunBare({"__complete", "words", "-C", Folder(), "delete", "office", "my"}).out,
               "my branch\tslave, user 2001\n");
+}
+
+TEST_F(Completion, AListIsOfferedWhatItLacks) {
+    const auto offers = [&](const std::string& typed) {
+        return RunBare({"__complete", "words", "list", "--fields", typed}).out;
+    };
+    EXPECT_EQ(offers("name,since,s"), "name,since,sym_nat\t\nname,since,since_iso\t\n");
+    EXPECT_EQ(offers("name,"),
+              "name,type\t\nname,user\t\nname,ip\t\nname,port\t\nname,sym_nat\t\nname,since\t\n"
+              "name,since_iso\t\nname,note\t\n");
 }
 
 TEST_F(Completion, WhatCouldPlayWithTheTerminalIsNotOffered) {
@@ -246,6 +283,8 @@ TEST_F(Completion, FishOffersCommandsOptionsAndNames) {
     EXPECT_EQ(offers("-C 'a dir' show my\\ "), Set{"my branch"});
     EXPECT_EQ(offers("--config-dir=a\\ dir show \"my b"), Set{"my branch"});
     EXPECT_EQ(offers("-C . activate "), Set{"office"});
+    EXPECT_EQ(offers("help slave re"), (Set{"refresh", "register"}));
+    EXPECT_EQ(offers("list --fields ip,na"), Set{"ip,name"});
     EXPECT_EQ(offers("validate \"my f"), Set{"my file"});
 }
 

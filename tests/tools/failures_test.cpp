@@ -41,7 +41,12 @@ TEST_F(Failures, AWrongCommandLineIsWrongUse) {
     const std::string more = "; \"siptrunkctl --help\" tells more";
     ExpectFailure({"lst"}, 2, "no command \"lst\"; did you mean \"list\"?");
     ExpectFailure({"frobnicate"}, 2, "no command \"frobnicate\"" + more);
-    ExpectFailure({"slave"}, 2, "a command is required; \"siptrunkctl slave --help\" tells more");
+    ExpectFailure({"slave"}, 2,
+                  "a command is required: list, register, refresh, move, unregister; "
+                  "\"siptrunkctl slave --help\" tells more");
+    ExpectFailure({"accounts"}, 2,
+                  "a command is required: master, slave; "
+                  "\"siptrunkctl accounts --help\" tells more");
     ExpectFailure({"slave", "lst"}, 2, "no command \"slave lst\"; did you mean \"list\"?");
     ExpectFailure({"slaves", "list"}, 2, "no command \"slaves\"; did you mean \"slave\"?");
     ExpectFailure({"agents", "sett"}, 2, "no command \"agents sett\"; did you mean \"set\"?");

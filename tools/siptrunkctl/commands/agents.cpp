@@ -93,8 +93,8 @@ void AddAgents(const Command& root) {
                       {"slave=on", "register at masters"},
                       {"slave=off"}}))
         .Required();
-    root.Add("service", kGroup, "show or set whether the service starts with the system",
+    root.Add("service", kGroup, "show or set whether the service starts at boot",
              "Example:\n  siptrunkctl service on", Service)
         .Choice("STATE", root.Given().state, "what to set",
-                {{"on", "start with the system"}, {"off", "leave it to be started by hand"}});
+                {{"on", "start at boot"}, {"off", "leave it to be started by hand"}});
 }

@@ -21,6 +21,15 @@ std::vector<std::string> TextsOf(const std::vector<Candidate>& candidates) {
     return texts;
 }
 
+// Returns the names of the commands right below one.
+std::string NamesOf(const CLI::App& app) {
+    std::string names;
+    for (const CLI::App* command : app.get_subcommands({})) {
+        names += (names.empty() ? "" : ", ") + command->get_name();
+    }
+    return names;
+}
+
 }  // namespace
 
 Candidates These(std::vector<Candidate> candidates) {
@@ -63,7 +72,8 @@ Command Command::Add(const char* name, const char* group, const char* summary,
             return;  // that one runs
         }
         if (!run) {
-            throw CLI::RequiredError("a command");
+            throw CLI::RequiredError("a command is required: " + NamesOf(*added),
+                                     CLI::ExitCodes::RequiredError);
         }
         run(*context);
     });
@@ -136,17 +146,6 @@ Command& Command::Required() {
 Command& Command::Excluding(const char* name) {
     m_last->excludes(m_app->get_option(name));
     return *this;
-}
-
-void HideEmptyNotes(std::vector<Record>& records) {
-    const auto hasNote = [](const Record& record) {
-        return !std::holds_alternative<Nothing>(record.back().value);
-    };
-    if (std::none_of(records.begin(), records.end(), hasNote)) {
-        for (Record& record : records) {
-            record.back().rank = Rank::kOnlyJson;
-        }
-    }
 }
 
 ChangeNotice::ChangeNotice(std::string path) : m_path(std::move(path)), m_before(Text()) {}

@@ -101,9 +101,6 @@ void AddImport(const Command& root);
 void AddEdit(const Command& root);
 void AddWatch(const Command& root);
 
-/// Leaves the last field's column out of a table when it would be empty in every row.
-void HideEmptyNotes(std::vector<Record>& records);
-
 struct Change;
 
 /// Confirms changes of the database: for people the text, with a line for each change before it

@@ -130,8 +130,8 @@ void Edit(Context& context) {
 void AddEdit(const Command& root) {
     root.Add("edit", "The database as a whole", "edit the database in an editor",
              "The editor of VISUAL or EDITOR, or vi, gets a private copy. What comes back is\n"
-             "checked, and stored only when nobody else has changed the database meanwhile; else\n"
-             "the difference is shown and your text is kept.\n\nExample:\n"
+             "checked, and stored only when nobody else has changed the database meanwhile;\n"
+             "else the difference is shown and your text is kept.\n\nExample:\n"
              "  EDITOR=nano siptrunkctl edit",
              Edit);
 }

@@ -190,9 +190,9 @@ void Import(Context& context) {
 void AddImport(const Command& root) {
     Arguments& given = root.Given();
     root.Add("import", "The database as a whole", "store what \"export\" printed",
-             "Everything is checked first, and then stored in one step. The trunks are added to\n"
-             "those stored; with --replace they take their place. A password that is null stays\n"
-             "the one stored for the trunk of that name.\n\nExample:\n"
+             "Everything is checked first, and then stored in one step. The trunks are added\n"
+             "to those stored; with --replace they take their place. A password that is null\n"
+             "stays the one stored for the trunk of that name.\n\nExample:\n"
              "  siptrunkctl import trunks.json --dry-run",
              Import)
         .Word("FILE", given.file, "JSON, - for the standard input", These({{kFiles}}))

@@ -14,7 +14,7 @@ Record RecordOf(const TrunkRow& row, bool isActive) {
             {"type", row.Type()},
             {"active", State{isActive}},
             {"registration", row.isToMaster ? Value(Switch{row.registration}) : Value()},
-            {"note", TextIf(!row.oddity.empty(), row.oddity), Rank::kRest}};
+            {"note", TextIf(!row.oddity.empty(), row.oddity), Rank::kWhenGiven}};
 }
 
 // What programs are told of one trunk.
@@ -27,9 +27,7 @@ void StatusOf(Context& context, const std::string& name) {
     (void)library.Checked(library.Config().GetSIPTrunkState(name, activity));
     trunk.registration =
         trunk.isToMaster && library.Checked(library.Config().GetStateOfTrunkToMaster(name));
-    std::vector<Record> records = {RecordOf(trunk, activity == CSIPTrunkBase::TRUNK_ACTIVE)};
-    HideEmptyNotes(records);
-    context.output.PrintOne(records.front());
+    context.output.PrintOne(RecordOf(trunk, activity == CSIPTrunkBase::TRUNK_ACTIVE));
 }
 
 void Status(Context& context) {
@@ -44,7 +42,6 @@ void Status(Context& context) {
             records.push_back(RecordOf(row, row.IsActive()));
         }
     }
-    HideEmptyNotes(records);
     context.output.PrintList(records, "trunk");
 }
 
@@ -113,27 +110,26 @@ void Params(Context& context) {
 }  // namespace
 
 void AddMasterLink(const Command& root) {
-    root.Add(
-            "status", kGroup, "show which trunks are active and kept registered",
-            "A trunk is active while it has a registration date. \"registration\" tells whether a\n"
-            "trunk to a master is to be kept registered; trunks for a slave have no such switch.\n"
-            "\nExample:\n  siptrunkctl status office",
-            Status)
+    root.Add("status", kGroup, "show which trunks are active and kept registered",
+             "A trunk is active while it has a registration date. \"registration\" tells whether\n"
+             "a trunk to a master is to be kept registered; trunks for a slave have no such\n"
+             "switch.\n\nExample:\n  siptrunkctl status office",
+             Status)
         .Words("NAME", "one trunk alone", TrunkNames(), 1)
         .Type();
-    root.Add("activate", kGroup, "mark a trunk to a master active, with the current time",
+    root.Add("activate", kGroup, "mark a trunk active, with the current time",
              "The slave agent does so when the master has accepted the registration.\n\n"
              "Example:\n  siptrunkctl activate office",
              Activate)
         .TrunkName(Which::kToMaster);
-    root.Add("deactivate", kGroup, "mark a trunk to a master inactive",
-             "Its registration date and time are removed; whether it is to be kept registered "
+    root.Add("deactivate", kGroup, "mark a trunk inactive",
+             "Its registration date and time are removed; whether it is to be kept registered\n"
              "stays.\n\nExample:\n  siptrunkctl deactivate office",
              Deactivate)
         .TrunkName(Which::kToMaster);
     root.Add("unregister-all", kGroup, "switch registration off for every trunk",
              "Example:\n  siptrunkctl unregister-all", UnregisterAll);
-    root.Add("params", kGroup, "show the registration parameters of a trunk to a master",
+    root.Add("params", kGroup, "show a trunk's registration parameters",
              "The saved copy is the one that \"snapshot\" makes; before that it is empty.\n\n"
              "Example:\n  siptrunkctl params office --saved",
              Params)

@@ -121,7 +121,7 @@ Command& AddPasswordOptions(Command& command) {
     Arguments& given = command.Given();
     return command
         .Value("--password-file", given.passwordFile, "FILE",
-               "read the password from FILE, - for the standard input", These({{kFiles}}))
+               "the password is in FILE; - is the standard input", These({{kFiles}}))
         .Flag("--ask-password", given.askPassword, "ask for the password")
         .Excluding("--password-file");
 }

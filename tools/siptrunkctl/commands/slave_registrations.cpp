@@ -128,8 +128,8 @@ void AddAccounts(const Command& root) {
                  "Example:\n  siptrunkctl accounts master --show-secrets", AccountsMaster);
     accounts
         .Add("slave", "Commands", "hand out the masters to register at",
-             "Every trunk that is listed becomes inactive: its registration date is removed, as "
-             "when\nthe slave agent starts anew. So it needs --yes.\n\nExample:\n"
+             "Every trunk that is listed becomes inactive: its registration date is removed,\n"
+             "as when the slave agent starts anew. So it needs --yes.\n\nExample:\n"
              "  siptrunkctl accounts slave --yes",
              AccountsSlave)
         .Flag("--yes", root.Given().yes, "do it, although it changes the trunks");
@@ -139,8 +139,7 @@ void AddAccounts(const Command& root) {
 
 void AddSlaveRegistrations(const Command& root) {
     const Command slave =
-        root.Add("slave", kGroup,
-                 "registrations of slaves: list, register, refresh, move, unregister", "", nullptr);
+        root.Add("slave", kGroup, "list, register, refresh, move, unregister slaves", "", nullptr);
     slave.Add("list", "Commands", "list the registered slaves",
               "Example:\n  siptrunkctl slave list", List);
     for (const Step& step : kSteps) {

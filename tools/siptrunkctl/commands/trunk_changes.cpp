@@ -121,13 +121,14 @@ void Delete(Context& context) {
 void AddAdd(const Command& root) {
     Command add = root.Add(
         "add", kGroup, "add a trunk",
-        "Settings: type=master|slave, user=, ip=, port=, registration=on|off, sym_nat=on|off.\n"
-        "A trunk to a master needs type, user, ip and port; it is kept registered with\n"
-        "registration=on. A trunk for a slave needs type and user; its address comes from the\n"
-        "slave's registration. The names of the database's keys are accepted as well\n"
-        "(user_name=, master_ip=, ...). The password is asked for on a terminal.\n\nExamples:\n"
-        "  siptrunkctl add office type=master user=1001 ip=192.0.2.10 port=5060 registration=on\n"
-        "  siptrunkctl add branch type=slave user=2001 sym_nat=on --password-file secret.txt",
+        "Settings: type=master|slave, user=, ip=, port=, registration=on|off,\n"
+        "sym_nat=on|off. A trunk to a master needs type, user, ip and port; it is kept\n"
+        "registered with registration=on. A trunk for a slave needs type and user; its\n"
+        "address comes from the slave's registration. The names of the database's keys\n"
+        "are accepted as well (user_name=, master_ip=, ...). The password is asked for on\n"
+        "a terminal.\n\nExamples:\n"
+        "  siptrunkctl add office type=master user=1001 ip=192.0.2.10 port=5060\n"
+        "  siptrunkctl add branch type=slave user=2001 --password-file secret.txt",
         Add);
     add.Word("NAME", root.Given().name, "the new trunk's name")
         .Words("SETTING", "KEY=VALUE, see below", TrunkValueCandidates())
@@ -136,12 +137,12 @@ void AddAdd(const Command& root) {
 }
 
 void AddModify(const Command& root) {
-    Command modify = root.Add(
-        "modify", kGroup, "change a trunk",
-        "Settings are those of \"add\"; what is not named stays. The password stays too, unless\n"
-        "--password-file or --ask-password is given.\n\nExample:\n"
-        "  siptrunkctl modify office port=5062 registration=off",
-        Modify);
+    Command modify =
+        root.Add("modify", kGroup, "change a trunk",
+                 "Settings are those of \"add\"; what is not named stays. The password stays too,\n"
+                 "unless --password-file or --ask-password is given.\n\nExample:\n"
+                 "  siptrunkctl modify office port=5062 registration=off",
+                 Modify);
     modify.TrunkName().Words("SETTING", "KEY=VALUE, as for \"add\"", TrunkValueCandidates());
     AddPasswordOptions(modify).Flag("--reset-registration", root.Given().resetRegistration,
                                     "empty the slave's address and registration time");

@@ -26,7 +26,7 @@ Record RecordOf(const TrunkRow& row) {
                      {"port", row.port},
                      {"sym_nat", row.isToMaster ? Value() : Switch{row.symNat}, Rank::kDetail}};
     AppendSince(record, row.date, row.time);
-    record.push_back({"note", TextIf(!row.oddity.empty(), row.oddity), Rank::kRest});
+    record.push_back({"note", TextIf(!row.oddity.empty(), row.oddity), Rank::kWhenGiven});
     return record;
 }
 
@@ -83,8 +83,6 @@ void List(Context& context) {
     }
     if (given.names || !given.fields.empty()) {
         Choose(records, given.names ? std::vector<std::string>{"name"} : given.fields);
-    } else {
-        HideEmptyNotes(records);
     }
     context.output.PrintList(records, "trunk");
 }
@@ -156,8 +154,8 @@ void AddList(const Command& root) {
         fields.push_back({field.name});
     }
     root.Add("list", kGroup, "list the trunks",
-             "The order is that of the file. Fields: name, type, user, ip, port, sym_nat, since,\n"
-             "since_iso, note.\n\n"
+             "The order is that of the file. Fields: name, type, user, ip, port, sym_nat,\n"
+             "since, since_iso, note.\n\n"
              "Examples:\n  siptrunkctl list --type master\n"
              "  siptrunkctl list --fields name,user,since",
              List)
@@ -175,8 +173,8 @@ void AddTrunkQueries(const Command& root) {
     root.Add("show", kGroup, "show one trunk whole", "Example:\n  siptrunkctl show office", Show)
         .TrunkName();
     root.Add("get", kGroup, "print one value of a trunk, for scripts",
-             "KEY is one that \"show\" prints, or one of the database. A password "
-             "needs --show-secrets.\n\nExample:\n  siptrunkctl get office port",
+             "KEY is one that \"show\" prints, or one of the database. A password needs\n"
+             "--show-secrets.\n\nExample:\n  siptrunkctl get office port",
              Get)
         .TrunkName()
         .Word("KEY", root.Given().key, "the value's key",

@@ -56,6 +56,12 @@ std::string Cut(const std::string& text, std::size_t width) {
     return end == whole.size() ? text : text.substr(0, end) + "~";
 }
 
+// Returns whether people are to see the field.
+bool IsShown(const Field& field) {
+    return field.rank != Rank::kOnlyJson &&
+           (field.rank != Rank::kWhenGiven || !std::holds_alternative<Nothing>(field.value));
+}
+
 /// One column, from its heading down.
 struct Column {
     Rank rank;
@@ -67,7 +73,8 @@ std::vector<Column> ColumnsOf(const std::vector<Record>& records, const Layout& 
     std::vector<Column> columns;
     for (std::size_t i = 0; i < records.front().size(); ++i) {
         const Field& first = records.front()[i];
-        if (first.rank == Rank::kOnlyJson) {
+        if (std::none_of(records.begin(), records.end(),
+                         [i](const Record& record) { return IsShown(record[i]); })) {
             continue;
         }
         Column column{first.rank, {}, 0};
@@ -175,11 +182,11 @@ std::string TableText(const std::vector<Record>& records, const char* noun, cons
 std::string PageText(const Record& record, const Layout& layout) {
     std::size_t width = 0;
     for (const Field& field : record) {
-        width = std::max(width, field.rank == Rank::kOnlyJson ? 0 : Width(field.name));
+        width = std::max(width, IsShown(field) ? Width(field.name) : 0);
     }
     std::string text;
     for (const Field& field : record) {
-        if (field.rank == Rank::kOnlyJson) {
+        if (!IsShown(field)) {
             continue;
         }
         std::string name(field.name);

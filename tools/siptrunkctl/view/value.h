@@ -28,8 +28,9 @@ using Nothing = std::monostate;
 
 using Value = std::variant<Nothing, std::string, std::size_t, Switch, State, Secret>;
 
-/// On a terminal that is too narrow, the columns of the highest rank are left out first.
-enum class Rank { kOnlyJson = -1, kAlways = 0, kUseful, kDetail, kRest };
+/// On a terminal that is too narrow, the columns of the highest rank are left out first. Those of
+/// kWhenGiven are also left out when they are empty in every row.
+enum class Rank { kOnlyJson = -1, kAlways = 0, kUseful, kDetail, kWhenGiven };
 
 /// One named value of an answer.
 struct Field {

@@ -14,9 +14,9 @@ namespace {
 
 constexpr const char* kDescription = "Looks after the SIP trunks of this device.";
 constexpr const char* kFooter =
-    "Exit codes: 0 done, 1 failed, 2 wrong use, 3 no such trunk or user, 4 name or user taken,\n"
-    "5 database malformed, 6 not permitted.\n"
-    "The directory is the one of -C, else of the variable QORV_PATH, else /etc/qorv-conf.\n\n"
+    "Exit codes: 0 done, 1 failed, 2 wrong use, 3 no such trunk or user,\n"
+    "4 name or user taken, 5 database malformed, 6 not permitted.\n"
+    "The directory is that of -C, or the variable QORV_PATH, or /etc/qorv-conf.\n\n"
     "Examples:\n"
     "  siptrunkctl list\n"
     "  siptrunkctl add office type=master user=1001 ip=192.0.2.10 port=5060\n"
@@ -146,8 +146,8 @@ void PrintHelp(const CLI::App* command, Context& context) {
     Print(context, "help", text, text);
 }
 
-// Shows the help of the command that the words name.
-void Help(const CLI::App* command, Context& context) {
+// Returns the command that the words of "help" name.
+const CLI::App* NamedCommand(const CLI::App* command, const Context& context) {
     for (const std::string& word : context.given.words) {
         const CLI::App* next = FindCommand(*command, word);
         if (next == nullptr) {
@@ -155,7 +155,7 @@ void Help(const CLI::App* command, Context& context) {
         }
         command = next;
     }
-    PrintHelp(command, context);
+    return command;
 }
 
 void AddCommands(CLI::App& app, const Command& root, Context& context) {
@@ -171,8 +171,8 @@ void AddCommands(CLI::App& app, const Command& root, Context& context) {
     AddWatch(root);
     root.Add("help", kGroup, "show help, of all or of one command",
              "Example:\n  siptrunkctl help slave register", nullptr)
-        .Words("COMMAND", "the command", [&app] { return CommandsOf(app); });
-    app.get_subcommand("help")->callback([&] { Help(&app, context); });
+        .Words("COMMAND", "the command", [&] { return CommandsOf(*NamedCommand(&app, context)); });
+    app.get_subcommand("help")->callback([&] { PrintHelp(NamedCommand(&app, context), context); });
     root.Add("version", kGroup, "show the version", "Example:\n  siptrunkctl version",
              PrintVersion);
 }

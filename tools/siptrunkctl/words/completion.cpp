@@ -10,6 +10,9 @@
 
 namespace {
 
+// Whether a candidate leaves it to the shell what to offer.
+bool IsForShell(const std::string& text) { return text == kFiles || text == kFolders; }
+
 /// A word of a command line, as bash reads it.
 struct Word {
     std::string text;   ///< what it means
@@ -80,7 +83,7 @@ class Cursor {
 
     std::vector<Candidate> Offer(const std::string& typed) const {
         if (m_wanting != nullptr) {
-            return Values(m_wanting, "");
+            return Values(m_wanting, typed);
         }
         if (!IsOption(typed)) {
             return Words();
@@ -88,7 +91,7 @@ class Cursor {
         const std::size_t separator = typed.find('=');
         return separator == std::string::npos
                    ? Options()
-                   : Values(FindOption(typed.substr(0, separator)), typed.substr(0, separator + 1));
+                   : Values(FindOption(typed.substr(0, separator)), typed, separator + 1);
     }
 
   private:
@@ -115,15 +118,26 @@ class Cursor {
         return option;
     }
 
-    // `before` is what stands before each candidate.
-    std::vector<Candidate> Values(const CLI::Option* option, const std::string& before) const {
+    // Returns the values that may stand from `begin` on, each with what was typed before it. A list
+    // is not offered what it has already.
+    std::vector<Candidate> Values(const CLI::Option* option, const std::string& typed = "",
+                                  std::size_t begin = 0) const {
         const auto known = m_candidates.find(option);
-        std::vector<Candidate> values;
-        if (known != m_candidates.end()) {
-            values = known->second();
+        if (known == m_candidates.end()) {
+            return {};
         }
-        for (Candidate& value : values) {
-            value.text = (value.text.front() == ':' ? "" : before) + value.text;
+        std::string list;
+        if (option->get_delimiter() == ',' && typed.find(',', begin) != std::string::npos) {
+            const std::size_t end = typed.rfind(',') + 1;
+            list = "," + typed.substr(begin, end - begin);
+            begin = end;
+        }
+        std::vector<Candidate> values;
+        for (const auto& [text, description] : known->second()) {
+            if (list.find("," + text + ",") == std::string::npos) {
+                values.push_back(
+                    {(IsForShell(text) ? "" : typed.substr(0, begin)) + text, description});
+            }
         }
         return values;
     }
@@ -155,7 +169,7 @@ class Cursor {
         if (given == 0) {
             words = CommandsOf(*ChosenOf(m_app));
         }
-        const std::vector<Candidate> more = Values(next, "");
+        const std::vector<Candidate> more = Values(next);
         words.insert(words.end(), more.begin(), more.end());
         return words;
     }
@@ -213,7 +227,7 @@ void Complete(CLI::App& app, const CandidatesOf& candidates, Context& context,
     const Word& last = line.back();
     // What could play with the terminal, or break the lines, is not offered.
     for (const Candidate& candidate : cursor.Offer(last.text)) {
-        if (candidate.text == kFiles || candidate.text == kFolders) {
+        if (IsForShell(candidate.text)) {
             context.output.PrintText(candidate.text + "\n");
         } else if (!candidate.text.empty() &&
                    support::PrintableLine(candidate.text) == candidate.text &&
