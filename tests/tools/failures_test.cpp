@@ -50,6 +50,9 @@ TEST_F(Failures, AWrongCommandLineIsWrongUse) {
     ExpectFailure({"slave", "lst"}, 2, "no command \"slave lst\"; did you mean \"list\"?");
     ExpectFailure({"slaves", "list"}, 2, "no command \"slaves\"; did you mean \"slave\"?");
     ExpectFailure({"agents", "sett"}, 2, "no command \"agents sett\"; did you mean \"set\"?");
+    ExpectFailure({"agents", "master=on"}, 2,
+                  "no command \"agents master=on\"; did you mean \"set\"?");
+    ExpectFailure({"unreg"}, 2, "no command \"unreg\"; did you mean \"unregister-all\"?");
     ExpectFailure({"help", "lst"}, 2, "no command \"lst\"; did you mean \"list\"?");
     ExpectFailure({"help", "list", "x"}, 2,
                   "no command \"list x\"; \"siptrunkctl list --help\" tells more");
@@ -360,6 +363,10 @@ TEST_F(Failures, TheDirectoryComesFromTheOptionOrTheEnvironment) {
         "siptrunkctl: " + DatabaseFolder() +
             "/telephony/siptrunkdb: open: No such file or directory; name the directory above "
             "that one with -C\n");
+    EXPECT_EQ(RunBare({"-C", DatabasePath(), "list"}).err,
+              "siptrunkctl: " + DatabasePath() +
+                  "/telephony/siptrunkdb: open: Not a directory; a file stands for one of its "
+                  "folders; -C names another directory\n");
     EXPECT_EQ(RunBare({"validate", "-C", Folder() + "/"}).out, DatabasePath() + ": no problems\n");
     EXPECT_EQ(RunBare({"list", "--names", "--config-dir=" + Folder()}).out, "office\nbranch\n");
 }

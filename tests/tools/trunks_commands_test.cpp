@@ -101,6 +101,10 @@ TEST_F(TrunkCommands, AnUnknownTrunkIsNamedWithTheOneThatWasMeant) {
     ExpectFailure({"rename", "ofice", "x"}, 3, "no trunk \"ofice\"; did you mean \"office\"?");
     ExpectFailure({"delete", "ofice"}, 3, "no trunk \"ofice\"; did you mean \"office\"?");
     EXPECT_EQ(DatabaseText(), kTwoTrunks);
+    Do({"add", "Hamburg depot", "type=slave", "user=2100", "--password-file", "/dev/null"});
+    ExpectFailure({"show", "Ham"}, 3, "no trunk \"Ham\"; did you mean \"Hamburg depot\"?");
+    Do({"add", "Hamburg harbour", "type=slave", "user=2101", "--password-file", "/dev/null"});
+    ExpectFailure({"show", "Ham"}, 3, "no trunk \"Ham\"");  // it could be either
 }
 
 TEST_F(TrunkCommands, AddStoresATrunkToAMaster) {

@@ -73,6 +73,10 @@ Failure FailureOf(const std::string& cause) {
     if (HasReason(cause, ENOENT)) {
         return {ExitCode::kFailed, cause + MissingFileCure(cause)};
     }
+    if (HasReason(cause, ENOTDIR) && BeginsWith(cause, BaseDirectory())) {
+        return {ExitCode::kFailed,
+                cause + "; a file stands for one of its folders; -C names another directory"};
+    }
     if (HasReason(cause, ENOSPC) && !BeginsWith(cause, "lock ")) {
         return {ExitCode::kFailed, cause + "; make room on that file system"};
     }

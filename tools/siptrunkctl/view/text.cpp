@@ -81,6 +81,20 @@ std::size_t Distance(std::string_view from, std::string_view to) {
     return row.back();
 }
 
+const std::string* OnlyOneThatBeginsWith(std::string_view word,
+                                         const std::vector<std::string>& candidates) {
+    const std::string* only = nullptr;
+    for (const std::string& candidate : candidates) {
+        if (!word.empty() && candidate.compare(0, word.size(), word) == 0) {
+            if (only != nullptr) {
+                return nullptr;
+            }
+            only = &candidate;
+        }
+    }
+    return only;
+}
+
 }  // namespace
 
 bool IsShownEscaped(const Character& character) {
@@ -133,7 +147,7 @@ const std::string* Nearest(std::string_view word, const std::vector<std::string>
             nearest = &candidate;
         }
     }
-    return nearest;
+    return nearest != nullptr ? nearest : OnlyOneThatBeginsWith(word, candidates);
 }
 
 std::string DidYouMean(std::string_view word, const std::vector<std::string>& candidates) {

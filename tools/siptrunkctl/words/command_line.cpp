@@ -75,7 +75,8 @@ std::string SecondsFault(const std::string& given) {
     for (const Candidate& command : CommandsOf(*app)) {
         names.push_back(command.text);
     }
-    std::string meant = DidYouMean(word, names);
+    std::string meant = names.size() == 1 ? "; did you mean " + Quoted(names.front()) + "?"
+                                          : DidYouMean(word, names);
     for (const auto& [other, name] : kOtherWords) {
         if (word == other && FindCommand(*app, name) != nullptr) {
             meant = "; did you mean " + Quoted(name) + "?";
