@@ -121,7 +121,7 @@ long long LogStream::StartAnewWhenFull() {
 // The text goes to the kernel in one write. A part that gets through is continued only while no
 // other process has written after it; else it is taken back, and the line waits whole.
 void LogStream::WritePending(long long size) {
-    if (m_isTorn) {
+    if (m_isTorn) {  // a part could not be taken back: end that line, then write the whole one
         if (Write(m_file, "\n") == 0) {
             return;
         }
@@ -130,17 +130,17 @@ void LogStream::WritePending(long long size) {
     const std::string_view pending = m_pending;
     std::size_t written = 0;
     std::size_t count = 0;
-    const auto isEnd = [&] {
+    const auto isLast = [&] {
         return size >= 0 && SizeOf(m_file) == size + static_cast<long long>(written);
     };
     do {
         count = Write(m_file, pending.substr(written));
         written += count;
-    } while (count > 0 && written < pending.size() && isEnd());
+    } while (count > 0 && written < pending.size() && isLast());
     const std::size_t whole =
         written == pending.size() ? written : pending.substr(0, written).rfind('\n') + 1;
     const auto kept = static_cast<off_t>(size + static_cast<long long>(whole));
-    m_isTorn = written > whole && !(isEnd() && ftruncate(m_file, kept) == 0);
+    m_isTorn = written > whole && !(isLast() && ftruncate(m_file, kept) == 0);
     m_pending.erase(0, whole);
 }
 

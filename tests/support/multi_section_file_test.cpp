@@ -202,7 +202,9 @@ TEST_F(MultiSectionFileTest, AFileOpenedReadOnlyIsNeitherChangedNorSaved) {
     ASSERT_TRUE(file.GotoNextSection());
     const Use changes[] = {
         [](SectionFile& f) { f.SetSectionEntry("a", "2"); },
+        [](SectionFile& f) { f.SetSectionEntry("", "2"); },
         [](SectionFile& f) { f.AddSectionEntry("a", "2"); },
+        [](SectionFile& f) { f.AddSectionEntry("", "2"); },
         [](SectionFile& f) { f.DeleteSectionEntry("a"); },
         [](SectionFile& f) { f.DeleteSectionEntry("absent"); },
         [](SectionFile& f) { f.DeleteSection(); },
@@ -214,9 +216,11 @@ TEST_F(MultiSectionFileTest, AFileOpenedReadOnlyIsNeitherChangedNorSaved) {
         EXPECT_THROW(change(file), std::logic_error);
         EXPECT_EQ(file.Value("a"), "1") << "the section is not current any more";
     }
+    const std::string written = "section {\na=3\n}\n";
+    WriteFile(m_path, written);
     EXPECT_EQ(FailureOf([&] { file.Save(); }), m_path + ": save of a file opened read-only");
     EXPECT_THROW(file.Save(), std::logic_error);
-    EXPECT_EQ(ReadFile(m_path), kTwoSections);
+    EXPECT_EQ(ReadFile(m_path), written) << "it was saved nevertheless";
 }
 
 TEST_F(MultiSectionFileTest, AnEntryThatTheFileCouldNotGiveBackIsRefusedBeforeAnythingChanges) {
