@@ -53,8 +53,8 @@ void MultiSectionFile::CheckChangeable() const {
 
 void MultiSectionFile::RestartSection() const { CheckCurrent(); }
 
-unsigned int MultiSectionFile::GetSectionEntry(const char* key, char* buffer,
-                                               unsigned int size) const {
+unsigned int MultiSectionFile::ReadEntry(std::string_view key, char* buffer,
+                                         unsigned int size) const {
     CheckCurrent();
     const Entry* const entry = m_entries.Find(key);
     if (entry == nullptr) {
@@ -68,8 +68,8 @@ unsigned int MultiSectionFile::GetSectionEntry(const char* key, char* buffer,
 void MultiSectionFile::HoldChanged(std::string text) {
     text.append(kLineFeedsAfterText, '\n');
     if (!m_changed.empty()) {
-        // So long a string keeps its bytes where they are when it is moved.
-        m_changedBefore.push_back(std::move(m_changed));
+        // Longer than any string that moves its bytes with it: the views of them stay good.
+        m_olderChanged.push_back(std::move(m_changed));
     }
     m_changed = std::move(text);
 }
@@ -111,7 +111,7 @@ std::size_t MultiSectionFile::CloserLine() const {
     const std::string_view stretch = Stretch();
     std::size_t line = stretch.size();
     do {
-        line = stretch.rfind('\n', line - 2) + 1;
+        line = stretch.rfind('\n', line - 2) + 1;  // - 1 is the line feed of the line before
     } while (m_grammar.KindOf(support::LineAt(&stretch[line])) != support::LineKind::kCloser);
     return line;
 }
@@ -151,7 +151,7 @@ void MultiSectionFile::DeleteSection() {
     m_hasCurrent = false;
     m_isChanged = false;
     --m_section;
-    if (closerEnd < stretch.size() - 1) {  // the lines after the section stay
+    if (closerEnd < stretch.size() - 1) {  // the lines after the section go to the stretch before
         Replace(Stretch().size(), 0, stretch.substr(closerEnd + 1));
     }
     m_stretches.erase(m_stretches.begin() + static_cast<std::ptrdiff_t>(m_section) + 1);
@@ -166,7 +166,7 @@ void MultiSectionFile::AddSection(bool first) {
     m_stretches.insert(m_stretches.begin() + static_cast<std::ptrdiff_t>(m_section), Changed());
     std::string_view& before = m_stretches[m_section - 1];
     if (!before.empty() && before.back() != '\n') {
-        before = {before.data(), before.size() + 1};  // takes in a line feed that follows it
+        before = {before.data(), before.size() + 1};  // with one of those after the text
     }
     m_hasCurrent = true;
     m_isChanged = true;

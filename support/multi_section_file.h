@@ -61,7 +61,9 @@ class MultiSectionFile {
     /// @param size the buffer's size in bytes
     /// @return 0 when the key is absent, otherwise the length of the text in the buffer and its
     /// NUL.
-    unsigned int GetSectionEntry(const char* key, char* buffer, unsigned int size) const;
+    unsigned int GetSectionEntry(const char* key, char* buffer, unsigned int size) const {
+        return ReadEntry(key, buffer, size);
+    }
     /// Sets an entry of the current section: the first with this key, or a new one after the last.
     /// Returns true. Throws std::invalid_argument, before anything changes, when the file could not
     /// give the entry back (CheckStorable in support/entry.h).
@@ -85,6 +87,7 @@ class MultiSectionFile {
     void Save(bool, const char*);
 
   private:
+    unsigned int ReadEntry(std::string_view key, char* buffer, unsigned int size) const;
     void CheckCurrent() const {
         if (!m_hasCurrent) {
             ThrowNoCurrent();
@@ -109,7 +112,7 @@ class MultiSectionFile {
     // The text as it stands, cut before each section (support::FindSections). A stretch is a view
     // of m_text or of one of these strings, each of which ends in kLineFeedsAfterText line feeds.
     std::vector<std::string_view> m_stretches;
-    std::vector<std::string> m_changedBefore;
+    std::vector<std::string> m_olderChanged;
     std::string m_changed;     // of the stretch that was changed last
     bool m_isChanged = false;  // whether this is m_section's
 

@@ -19,9 +19,8 @@ constexpr std::size_t kUsualSize = 196;
     throw std::runtime_error(path + ":" + std::to_string(number) + ": " + reason);
 }
 
-// Passes over the lines of a section, and of the sections after it, while they look as programs
-// write them. Returns the first line that needs a closer look, which is in a section too, or a
-// place after the text.
+// Passes over lines of a section, and of the sections after it, that programs wrote. Returns the
+// first line that needs a closer look, which is in a section too, or a place after the text.
 const char* SkipWrittenLines(const char* line, const SectionGrammar& grammar,
                              Stretches& stretches) {
 #if defined(__SSE2__)
@@ -37,7 +36,7 @@ const char* SkipWrittenLines(const char* line, const SectionGrammar& grammar,
             }
             line = lineEnd + 1;
         } else if (grammar.IsSeam(line, textEnd)) {
-            Cut(stretches, line + 2);
+            Cut(stretches, line + SectionGrammar::kCloserLine);
             line += grammar.Seam().size();
         } else {
             return line;
@@ -72,7 +71,7 @@ SectionGrammar::SectionGrammar(const char* keyword, const char* opener, const ch
 }
 
 bool SectionGrammar::IsOpener(std::string_view trimmedLine) const {
-    const std::string_view keyword = OpenerLine().substr(0, OpenerLine().size() - 3);
+    const std::string_view keyword = OpenerLine().substr(0, OpenerLine().size() - 3);  // " {\n"
     const std::string_view before = trimmedLine.substr(0, trimmedLine.size() - 1);
     return trimmedLine.back() == m_opener && IsSame(WithoutTrailingBlanks(before), keyword);
 }
@@ -112,16 +111,16 @@ const char* SectionGrammar::NextOtherEntry(const char* line, const char* end, En
 }
 
 const Entry* SectionEntries::Find(std::string_view key) {
-    for (const Entry* entry = m_table; entry != m_free; ++entry) {
+    for (const Entry* entry = m_table; entry != m_tableEnd; ++entry) {
         if (IsSame(entry->key, key)) {
             return entry;
         }
     }
     const char* line = m_next;
-    while ((line = m_grammar.NextEntry(line, m_end, *m_free)) != nullptr) {
-        const Entry* const entry = m_free;
+    while ((line = m_grammar.NextEntry(line, m_end, *m_tableEnd)) != nullptr) {
+        const Entry* const entry = m_tableEnd;
         if (entry != &m_table[kRoom]) {
-            ++m_free;
+            ++m_tableEnd;
             m_next = line;
         }
         if (IsSame(entry->key, key)) {

@@ -9,6 +9,10 @@
 
 // The text of a sectioned file. kLineFeedsAfterText line feeds follow every text that is read here
 // (support/whole_file.h), so that no search has to look where the text ends.
+//
+// Most lines are written by programs: "key=value" with letters in the key, and between the entries
+// of two sections a seam, the lines "}" and "section {". These are recognized quickly; any other
+// line is looked at more closely.
 
 namespace support {
 
@@ -42,6 +46,8 @@ inline std::string_view LineAt(const char* begin) { return Between(begin, LineEn
 /// The keyword and the marks, and what lines look like with them. An object never changes.
 class SectionGrammar {
   public:
+    static constexpr std::size_t kCloserLine = 2;  ///< the size of the seam's first line
+
     /// @param keyword the word that opens a section
     /// @param opener,closer,separator,commentMark the marks, one character each; what follows it in
     /// the argument is not looked at
@@ -51,11 +57,11 @@ class SectionGrammar {
     /// Tells the kind of a line, given without its line end. It holds no NUL byte.
     LineKind KindOf(std::string_view line) const;
 
-    /// Returns where the key ends, at the separator, if `line` is an entry as programs write it,
-    /// without blanks and marks in its key. Null for any other line of a section.
+    /// Returns where the key ends, at the separator, if `line` is an entry as programs write it.
+    /// Null for any other line of a section. A line feed stands before `line`.
     const char* WrittenKeyEnd(const char* line) const {
         const char* const end = m_keyLimit.First(line);
-        return *end == m_separator && end[-1] != '\n' ? end : nullptr;
+        return *end == m_separator && end[-1] != '\n' ? end : nullptr;  // not without a key
     }
 
     /// Cuts the next entry of a well-formed section.
@@ -63,8 +69,8 @@ class SectionGrammar {
     /// @param end where the section's stretch ends
     /// @return where the line after the entry begins; null when there is no entry.
     const char* NextEntry(const char* line, const char* end, Entry& entry) const {
-        const char* const keyEnd = WrittenKeyEnd(line);
-        if (keyEnd == nullptr) {
+        const char* const keyEnd = m_keyLimit.First(line);
+        if (*keyEnd != m_separator) {
             return NextOtherEntry(line, end, entry);
         }
         const char* const lineEnd = LineEnd(keyEnd + 1);
@@ -72,18 +78,16 @@ class SectionGrammar {
         return lineEnd + 1;
     }
 
-    /// Tells whether the two lines from `line` on end a section and open the next one, as programs
-    /// write them.
+    /// Tells whether the two lines from `line` on are a seam.
     bool IsSeam(const char* line, const char* textEnd) const {
         return textEnd - line >= static_cast<std::ptrdiff_t>(m_seam.size()) &&
                IsSame({line, m_seam.size()}, m_seam);
     }
-    /// What is written between the entries of two sections: the lines of a closer and an opener.
     std::string_view Seam() const { return m_seam; }
-    /// The line that opens a section, as it is written.
+    /// The seam's second line, which opens a section.
     std::string_view OpenerLine() const {
         std::string_view line = m_seam;
-        line.remove_prefix(2);
+        line.remove_prefix(kCloserLine);
         return line;
     }
     char Closer() const { return m_closer; }
@@ -94,7 +98,8 @@ class SectionGrammar {
     const char* NextOtherEntry(const char* line, const char* end, Entry& entry) const;
     bool IsOpener(std::string_view trimmedLine) const;
 
-    ByteLimit m_keyLimit;  // finds blanks, the separator and the comment mark
+    // Finds blanks, the separator and the comment mark; with "=" also digits and "-".
+    ByteLimit m_keyLimit;
     char m_opener;
     char m_closer;
     char m_separator;
@@ -124,7 +129,7 @@ class SectionEntries {
 
     /// Takes the section of this stretch instead of the one before.
     void Take(std::string_view stretch) {
-        m_free = m_table;
+        m_tableEnd = m_table;
         m_end = stretch.data() + stretch.size();
         m_next = LineEnd(stretch.data()) + 1;  // the opener's line has no entry
     }
@@ -138,8 +143,8 @@ class SectionEntries {
     const SectionGrammar& m_grammar;
     const char* m_next = nullptr;  // the line after the entries of the table
     const char* m_end = nullptr;
-    Entry* m_free = m_table;   // the place after the entries that stay in the table
-    Entry m_table[kRoom + 1];  // the last place is for those of a longer section
+    Entry* m_tableEnd = m_table;
+    Entry m_table[kRoom + 1];  // the last place is for later entries, which each search cuts again
 };
 
 /// Checks a whole text and cuts it before its sections.

@@ -73,7 +73,8 @@ class ByteLimit {
     Word m_above;  // the smallest byte above the limit, in each byte
 };
 
-/// Returns the first line feed or NUL from `at` on. As for ByteLimit, it has to be there.
+/// Returns the first line feed or NUL from `at` on, and passes over other control bytes, such as
+/// tabs. There must be one, and after it a word's size of bytes.
 inline const char* LineEnd(const char* at) {
     constexpr ByteLimit kControl('\n');
     for (;; ++at) {

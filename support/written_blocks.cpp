@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "support/whole_file.h"
+
 namespace support {
 
 namespace {
@@ -42,15 +44,16 @@ struct Block {
 }  // namespace
 
 // A line needs no closer look when its first byte is above ' ' and no separator, and its first mark
-// is a separator. All lines of a block are looked at together: ~marks is 1 at each byte that is no
-// mark, so a 1 added where a line begins is carried to the line's first mark. If that is a line
-// feed, the line holds no separator.
+// is a separator: it is an entry, or a comment, which may stand here as well. All lines of a block
+// are looked at together: ~marks is 1 at each byte that is no mark, so a 1 added where a line
+// begins is carried to the line's first mark. If that is a line feed, the line holds no separator.
 const char* SkipWrittenBlocks(const char* line, const SectionGrammar& grammar,
                               Stretches& stretches) {
     const char* const textEnd = stretches.back().data() + stretches.back().size();
     const __m128i separator = _mm_set1_epi8(grammar.Separator());
     std::uint64_t beginsLine = 1;  // whether a line begins with the block
-    std::uint64_t goesOn = 0;      // whether a line without a mark so far goes on in the block
+    std::uint64_t carry = 0;       // 1 when a line without a mark so far goes on in the block
+    static_assert(kBlock <= kLineFeedsAfterText);  // the last block may go past the text
     for (const char* at = line; at <= textEnd; at += kBlock) {
         const Block block(at, separator);
         if (block.holdsNul) {
@@ -59,14 +62,15 @@ const char* SkipWrittenBlocks(const char* line, const SectionGrammar& grammar,
         const std::uint64_t lineFeeds = block.marks & block.low;
         const std::uint64_t begins = lineFeeds << 1U | beginsLine;
         std::uint64_t sum = 0;
-        goesOn = __builtin_add_overflow(~block.marks, begins | goesOn, &sum) ? 1 : 0;
+        carry = __builtin_add_overflow(~block.marks, begins | carry, &sum) ? 1 : 0;
+        // The ends of lines without a separator, and the first bytes of odd lines.
         std::uint64_t unusual = (sum & lineFeeds) | (begins & (block.low | block.marks));
         for (; unusual != 0; unusual &= unusual - 1) {
             const char* place = at + __builtin_ctzll(unusual);
             if (place < line) {
                 continue;  // it is in the opener's line of a seam
             }
-            // The closer is the whole line before the place, when it is not the opener's own.
+            // In a seam, the place is the line feed after a closer that is alone in its line.
             if (place[-2] != '\n' || !grammar.IsSeam(place - 1, textEnd)) {
                 while (place[-1] != '\n') {
                     --place;
