@@ -5,11 +5,15 @@ if(NOT CPACK_DEBIAN_PACKAGE_ARCHITECTURE)
     return()
 endif()
 
+set(RAIKLAIK_MAINTAINER
+    "raiklaik developers <developers@raiklaik.invalid>"
+    CACHE STRING "Name and address to which users of the packages write, \"Name <address>\"")
+
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME raiklaik)
 set(CPACK_PACKAGE_VERSION "${PROJECT_VERSION}")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
-set(CPACK_PACKAGE_CONTACT "raiklaik developers <developers@raiklaik.invalid>")
+set(CPACK_PACKAGE_CONTACT "${RAIKLAIK_MAINTAINER}")
 set(CPACK_VERBATIM_VARIABLES ON)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
