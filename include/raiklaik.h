@@ -83,8 +83,8 @@ class CSIPTrunkBase {
         std::string master_ip;             ///< the master's address
         std::string master_port;           ///< the master's port, decimal text
         bool registration_status = false;  ///< always handed out as false
-        std::int32_t aux_value = 0;        ///< free for the caller; the library only copies it
-        bool aux_flag = false;             ///< free for the caller; the library only copies it
+        std::int32_t aux_value = 0;        ///< free for the caller; handed out as 0
+        bool aux_flag = false;             ///< free for the caller; handed out as false
     };
 
     /// The two agents' switches.
@@ -116,7 +116,7 @@ class __attribute__((visibility("default"))) CSIPTrunkLogger {
     /// Opens the log file `name` for appending; a new one gets the mode 0640 less the umask.
     /// Throws std::system_error, whose text names the path, when it cannot be opened or is a pipe.
     explicit CSIPTrunkLogger(const char* name);
-    /// Closes the log. No configuration that has the logger may be in use any more.
+    /// Closes the log. No CSIPTrunkConfig that has this logger may be used after that.
     virtual ~CSIPTrunkLogger();
     CSIPTrunkLogger(const CSIPTrunkLogger&) = delete;
     CSIPTrunkLogger& operator=(const CSIPTrunkLogger&) = delete;
@@ -127,9 +127,9 @@ class __attribute__((visibility("default"))) CSIPTrunkLogger {
     /// characters, those in arguments too, and marks that change the direction of writing are
     /// written as `\xNN` for each of their bytes.
     ///
-    /// A line that the disk does not take is tried again with the next one, as long as what waits
-    /// fits into 2048 bytes; such a failure is never reported. Throws a std::exception when the
-    /// line cannot be made, for lack of memory above all.
+    /// A line that the disk does not take is tried again with the next one; such a failure is never
+    /// reported. Of the lines that wait, the oldest are kept: up to 2048 bytes, at least one line.
+    /// Throws a std::exception when the line cannot be made, for lack of memory above all.
     __attribute__((format(printf, 3, 4))) void TRACE(unsigned char level, const char* format, ...);
 
     /// Makes the time prefix of this moment, and notes its second for the next one. Unlike TRACE,
@@ -147,15 +147,15 @@ class __attribute__((visibility("default"))) CSIPTrunkLogger {
 /// The trunk configuration of the device: every query and every change is one member function.
 ///
 /// Each operation blocks until it holds the lock that all processes of the device share, loads the
-/// file afresh, works, saves the whole file when it changes something, and releases the lock. So
+/// file afresh, works, saves the whole file if it is one that changes it, and releases the lock. So
 /// each is atomic for all others, in any thread and process, and it makes no difference whether a
 /// program has one object or several. Nothing holds the lock between two operations.
 ///
-/// Common to all operations:
+/// Common to all operations but GetLocalDateTime:
 /// - Files: the base directory is the environment variable QORV_PATH, taken as it stands, so its
 ///   value must end in "/"; without the variable it is "/etc/qorv-conf/". Each operation reads it
 ///   anew. The trunk database is "telephony/siptrunkdb" below it.
-/// - Failures: nothing leaves an operation as an exception (of the std::exception family). A
+/// - Failures: no exception of the std::exception family leaves an operation. A
 ///   failure (file missing, unreadable or malformed, lock refused, disk full, memory short) gives
 ///   the operation's failure value and one line "ERROR: cause" in the log, which names path and
 ///   line and never a password. Not finding a trunk logs nothing.
@@ -166,8 +166,8 @@ class __attribute__((visibility("default"))) CSIPTrunkLogger {
 ///   matches counts. An absent key reads as the empty text. At most 1023 bytes of a value are
 ///   read, so a longer name is stored whole but not found. Texts are stored up to their first NUL;
 ///   one with a line feed is refused as a failure.
-/// - Out-arguments are written even when the operation fails later, and flags are only ever set to
-///   true, except where it says otherwise. Records, lists and strings belong to the caller and must
+/// - Out-arguments are written even when the operation fails later. `wasRegistered` and the agents'
+///   switches are only ever set to true. Records, lists and strings belong to the caller and must
 ///   not be shared with another thread during the call.
 /// - Kinds: a trunk with "trunk_type" "1" is a trunk to a master; every other one is for a slave.
 class __attribute__((visibility("default"))) CSIPTrunkConfig {
@@ -189,8 +189,8 @@ class __attribute__((visibility("default"))) CSIPTrunkConfig {
     /// Reads one trunk whole.
     /// @param trunkName the trunk's name
     /// @param record receives the trunk; of `sym_nat` and `registration_status` only the one of the
-    /// trunk's kind, true when the stored text begins with "1". Untouched when no trunk has the
-    /// name; after a failure some fields may be set
+    /// trunk's kind, true when the stored text begins with "1", else false. Untouched when no trunk
+    /// has the name; after a failure some fields may be set
     /// @return true when the trunk was found and read; false when there is none, or on failure.
     bool GetSIPTrunkParams(const std::string& trunkName, CSIPTrunkBase::STParamsRecord& record);
 
@@ -287,8 +287,8 @@ class __attribute__((visibility("default"))) CSIPTrunkConfig {
     /// @param trunkName the trunk's name
     /// @param fields receives them; untouched when no trunk to a master has the name
     /// @param current true reads the live ones, with `registration_status` true when the stored
-    /// text is a number other than 0; false reads the saved copy, and leaves `registration_status`
-    /// as it is
+    /// text begins, after white space, with a decimal number other than 0, else false; false reads
+    /// the saved copy, and leaves `registration_status` as it is
     /// @return true, also for an unknown trunk; false on failure.
     bool GetTrunkToMasterParams(const std::string& trunkName,
                                 CSIPTrunkBase::STRegistrationFields& fields, const bool& current);

@@ -42,7 +42,7 @@ class FileDescriptor {
 ///
 /// Numbers 0 to 2 that are closed go to descriptors that can be neither read nor written, so using
 /// them fails as before. These stay open until exec: closing them could hit what another thread has
-/// put there by then, or lay the numbers open again while it opens a file.
+/// put there by then, or free the numbers again just while it opens a file.
 /// Returns false, with errno set, when the process can open nothing more.
 bool OccupyStandardStreams();
 

@@ -24,10 +24,11 @@ struct FileStatus {
     }
 };
 
-/// Looks at an entry of a folder, and not at what a link leads to. Returns false with errno set.
+/// Looks at an entry of a folder, and not at what a link leads to. Returns false with errno set and
+/// a status of zeros.
 /// @param folder a descriptor, or AT_FDCWD for a `name` that is a path
 bool LookAt(int folder, const char* name, FileStatus& status);
-/// Looks at an open file. Returns false with errno set.
+/// Looks at an open file. Returns false with errno set and a status of zeros.
 bool LookAt(int file, FileStatus& status);
 
 /// Follows the link at the end of a path, then the link at the end of that one's target, and so on;

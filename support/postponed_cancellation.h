@@ -6,7 +6,7 @@ namespace support {
 
 /// Puts off the calling thread's cancellation while the object lives. Destructors call cancellation
 /// points (close(2)), and no exception may leave a destructor, not even the one that unwinds a
-/// cancelled thread; with musl, a cancelled thread runs no destructors at all.
+/// canceled thread; with musl, a canceled thread runs no destructors at all.
 class PostponedCancellation {
   public:
     PostponedCancellation() { (void)pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_before); }

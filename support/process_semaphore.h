@@ -30,7 +30,7 @@ class Semaphore {
 
     /// Blocks until this handle holds the lock, through any number of signals. A set that somebody
     /// removed in the meantime is obtained again.
-    /// The argument is whether to wait; callers always wait.
+    /// The argument is not used: it always waits.
     /// Throws std::system_error, without the lock, when the kernel refuses; also when the calling
     /// thread holds this handle already (EDEADLK), as in a signal handler, and it goes on holding
     /// it. A handler that runs after the kernel has given the lock and before this object has noted

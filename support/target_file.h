@@ -15,7 +15,8 @@ class TargetFile {
     /// opens its folder.
     /// @param loaded the file; opened again when it is no longer open
     ///
-    /// Throws, as all members do, std::runtime_error with the text "path: step: reason".
+    /// Throws, as all members that ask the system do, std::runtime_error with the text
+    /// "path: step: reason".
     TargetFile(const char* path, FileIdentity& loaded);
 
     [[noreturn]] void Fail(const char* step) const { Fail(step, errno); }

@@ -15,7 +15,8 @@ namespace support {
 /// A file beside the target, ".NAME.~XXXXX", removed unless it has become the target.
 ///
 /// It is born with mode 0600, so only its owner can read it until it has the target's owner, access
-/// list and mode. All members throw std::system_error with the text "path: step: reason".
+/// list and mode. What it cannot do is thrown as a std::system_error with the text
+/// "path: step: reason".
 class TemporaryFile {
   public:
     explicit TemporaryFile(const TargetFile& target);

@@ -9,10 +9,10 @@
 /// TRACE collects text in memory; Flush hands it to the kernel in one write at the end of the file.
 /// Control characters in a message, and marks that change the direction of writing, are written as
 /// `\xNN` for each of their bytes, so that no text from outside can forge a line. An object is used
-/// by one thread at a time; any number of processes may log to one file. A thread that is cancelled
+/// by one thread at a time; any number of processes may log to one file. A thread that is canceled
 /// during a call goes on until the call returns.
 class LogStream {
-    // A worse match for a number than a number's own type.
+    // Converts from a number, so that a call with a number prefers the TRACE above.
     struct Number {
         Number(int number);  // NOLINT(google-explicit-constructor)
     };
@@ -23,7 +23,7 @@ class LogStream {
     /// @param append true keeps what the file holds, false empties it
     /// @param create true creates a missing file, false makes that a failure
     /// @param maxFileSize in bytes: a file that would outgrow it starts anew, empty
-    /// @param filesKept how many files the log has: 1, since a full one starts anew
+    /// @param filesKept not used: there is one file, and a full one starts anew
     /// @param bufferSize in bytes: memory kept ready for lines. After a failed write at most this
     /// much waits for another try, or the oldest line alone when it is longer. A line may be
     /// longer, but one that has no end yet is cut to this size when it has to wait
@@ -42,7 +42,8 @@ class LogStream {
     /// All levels are written. Throws a std::exception when the text cannot be made.
     __attribute__((format(printf, 3, 4))) void TRACE(unsigned char level, const char* format, ...);
 
-    /// The same with the caller's argument list, which is used up. The last argument is 0. On some
+    /// The same with the caller's argument list, which is used up. Pass 0 as the last argument; it
+    /// only tells the two apart. On some
     /// processors a list that the caller got as a parameter has another type (an array became a
     /// pointer) and does not compile: pass a copy made with va_copy.
     __attribute__((format(printf, 3, 0))) void TRACE(unsigned char level, const char* format,

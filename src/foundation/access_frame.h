@@ -45,7 +45,7 @@ class HeldLock {
 };
 
 /// Runs the work of one operation.
-/// @param Buffer SmartBuffer or LocalBuffer
+/// @tparam Buffer SmartBuffer or LocalBuffer
 /// @param onFailure the operation's result when a std::exception ended the work
 /// @param work called with a ValueBuffer; opens the file it needs; its result is the operation's
 template <typename Buffer, typename Result, typename Work>

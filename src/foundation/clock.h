@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <ctime>
 
-// The only place that reads the clock and makes local time. Times have 64 bits here, even where
-// time_t has 32, so that they stay right after January 2038.
+// The only place that reads the time for logs and stamps, and makes local time. Times have 64 bits
+// here, even where time_t has 32, so that they stay right after January 2038.
 
 namespace raiklaik {
 

@@ -4,8 +4,9 @@
 #include <string>
 #include <string_view>
 
-// Flags are stored as "1" and "0". Each operation reads them in one of three ways, which differ on
-// every other text.
+// The database's flags are stored as "1" and "0". Each operation reads them in one of three ways,
+// which differ on every other text. (The flag in the system start file is "true" or "false", and
+// service_flag.cpp reads it.)
 
 namespace raiklaik::flag {
 
@@ -15,7 +16,8 @@ inline bool BeginsWithOne(std::string_view text) { return !text.empty() && text.
 /// "1" alone.
 inline bool IsExactlyOne(std::string_view text) { return text == "1"; }
 
-/// "1", "2", "-1", " 1", "007", "1x"; also a number too large for strtol, which does not give zero.
+/// "1", "2", "-1", " 1", "007", "1x"; also a number that a long cannot hold: strtol then
+/// gives LONG_MAX or LONG_MIN.
 inline bool IsNonZeroNumber(const std::string& text) {
     return std::strtol(text.c_str(), nullptr, 10) != 0;
 }

@@ -11,8 +11,8 @@ namespace {
 
 constexpr unsigned char kPrefixLevel = 3;
 
-// Holds the mutex, and puts off the thread's cancellation meanwhile: the mutex of a cancelled
-// thread would never be free again where cancelling runs no destructors.
+// Holds the mutex, and puts off the thread's cancellation meanwhile: the mutex of a canceled
+// thread would never be free again where canceling runs no destructors.
 class HeldMutex {
   public:
     explicit HeldMutex(ThreadMutex& mutex) : m_mutex(mutex) { m_mutex.Lock(); }
