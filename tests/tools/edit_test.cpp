@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 
+#include "tests/fixture/own_lock.h"
 #include "tests/tools/tool_fixture.h"
 
 namespace {
@@ -142,6 +143,28 @@ TEST_F(Edit, AnotherOnesChangeIsNotLost) {
         "siptrunkctl: " +
         DatabasePath() + ": it was changed meanwhile; nothing was stored, and ";
     EXPECT_EQ(answer.err.substr(0, told.size()), told);
+}
+
+TEST_F(Edit, ATextThatCannotBeStoredIsKept) {
+    EditWith("sed -i s/5060/5061/ \"$1\"; mv '" + DatabasePath() + "' \"$0.moved\"");
+    const Answer answer = Run({"edit"});
+    EXPECT_EQ(answer.code, 1);
+    EXPECT_NE(answer.err.find(DatabasePath() + ": open: No such file"), std::string::npos)
+        << answer.err;
+    EXPECT_EQ(KeptText(answer.err), Edited());
+}
+
+TEST_F(Edit, ATextIsKeptWhenTheLockIsNotFreeInTime) {
+    if (!HasOwnLock()) {
+        GTEST_SKIP() << "a test may not have a lock of its own here";
+    }
+    EditWith("sed -i s/5060/5061/ \"$1\"");
+    const std::unique_ptr<ChildProcess> holder = StartStoppedHolder();
+    const Answer answer = Run({"edit", "--wait", "0.05"});
+    EXPECT_EQ(answer.code, 1);
+    EXPECT_NE(answer.err.find("the device's lock is still held"), std::string::npos) << answer.err;
+    EXPECT_EQ(KeptText(answer.err), Edited());
+    EXPECT_EQ(DatabaseText(), kTwoTrunks);
 }
 
 TEST_F(Edit, AnEditorThatFailsStoresNothing) {

@@ -1,6 +1,5 @@
 #include <unistd.h>
 
-#include <algorithm>
 #include <set>
 
 #include "tools/siptrunkctl/commands/commands.h"
@@ -61,15 +60,7 @@ std::vector<Problem> NewProblems(const Database& before, const Database& after) 
 std::string EditedText(PrivateCopy& copy, const std::string& before) {
     const Database old = ScanDatabase(before);
     while (true) {
-        try {
-            RunEditor(copy.Path());
-        } catch (const Failure& failure) {
-            if (copy.Text() != before) {
-                copy.Keep();
-                Tell("your text is kept in " + copy.Path());
-            }
-            throw;
-        }
+        RunEditor(copy.Path());
         std::string text = copy.Text();
         const Database edited = ScanDatabase(text);
         std::vector<Problem> problems =
@@ -104,21 +95,24 @@ void StoreUnchanged(Context& context, PrivateCopy& copy, const std::string& befo
         }
         ThrowKept(copy, ExitCode::kFailed, DatabasePath() + ": it was changed meanwhile");
     }
-    try {
-        StoreDatabase(before, text);
-    } catch (const std::exception& failure) {
-        copy.Keep();
-        Tell("your text is kept in " + copy.Path());
-        throw;
-    }
+    StoreDatabase(before, text);
 }
 
 void Edit(Context& context) {
     const std::string before = ReadDatabaseText(DatabasePath());
     PrivateCopy copy(before);
-    const std::string text = EditedText(copy, before);
-    if (text != before) {
-        StoreUnchanged(context, copy, before, text);
+    std::string text;
+    try {
+        text = EditedText(copy, before);
+        if (text != before) {
+            StoreUnchanged(context, copy, before, text);
+        }
+    } catch (const std::exception& failure) {
+        if (!copy.IsKept() && copy.Text() != before) {
+            copy.Keep();
+            Tell("your text is kept in " + copy.Path());
+        }
+        throw;
     }
     ConfirmChanges(context, Compare(ScanDatabase(before).sections, ScanDatabase(text).sections),
                    true, text == before ? "nothing was changed" : "stored the database",

@@ -18,6 +18,7 @@ class PrivateCopy {
     std::string Text() const;
     /// Lets the file stay when the object goes.
     void Keep() { m_isKept = true; }
+    bool IsKept() const { return m_isKept; }
 
   private:
     std::string m_path;
