@@ -7,7 +7,6 @@
 
 #include "support/file_descriptor.h"
 #include "support/line_scanner.h"
-#include "support/printable_text.h"
 #include "tools/siptrunkctl/device/cause.h"
 #include "tools/siptrunkctl/words/command_line.h"
 
@@ -15,10 +14,8 @@ namespace {
 
 int Report(const Context& context, const Failure& failure) {
     const bool color = WantsColor(context.outputOptions.color, STDERR_FILENO);
-    const std::string_view text = failure.what();
-    for (support::LineScanner lines(text); lines.Next();) {
-        WriteError((color ? "\x1b[1;31msiptrunkctl:\x1b[0m " : "siptrunkctl: ") +
-                   support::PrintableLine(std::string(lines.Line())) + "\n");
+    for (support::LineScanner lines(failure.what()); lines.Next();) {
+        Tell(lines.Line(), color);
     }
     return static_cast<int>(failure.Code());
 }

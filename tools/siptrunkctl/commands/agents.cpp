@@ -1,5 +1,4 @@
 #include <map>
-#include <optional>
 
 #include "tools/siptrunkctl/commands/commands.h"
 #include "tools/siptrunkctl/commands/trunk_values.h"

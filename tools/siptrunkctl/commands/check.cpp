@@ -1,5 +1,3 @@
-#include "tools/siptrunkctl/commands/check.h"
-
 #include <optional>
 
 #include "src/foundation/key_table.h"

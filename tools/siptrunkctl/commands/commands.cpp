@@ -1,7 +1,6 @@
 #include "tools/siptrunkctl/commands/commands.h"
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -13,6 +12,16 @@ namespace {
 
 std::string EmptyFault(const std::string& given) { return given.empty() ? "it is empty" : ""; }
 
+std::string Joined(const std::vector<Candidate>& candidates, const char* separator) {
+    std::string text;
+    for (const Candidate& candidate : candidates) {
+        text += (text.empty() ? "" : separator) + candidate.text;
+    }
+    return text;
+}
+
+}  // namespace
+
 std::vector<std::string> TextsOf(const std::vector<Candidate>& candidates) {
     std::vector<std::string> texts;
     for (const Candidate& candidate : candidates) {
@@ -21,16 +30,13 @@ std::vector<std::string> TextsOf(const std::vector<Candidate>& candidates) {
     return texts;
 }
 
-// Returns the names of the commands right below one.
-std::string NamesOf(const CLI::App& app) {
-    std::string names;
+std::vector<Candidate> CommandsOf(const CLI::App& app) {
+    std::vector<Candidate> commands;
     for (const CLI::App* command : app.get_subcommands({})) {
-        names += (names.empty() ? "" : ", ") + command->get_name();
+        commands.push_back({command->get_name(), command->get_description()});
     }
-    return names;
+    return commands;
 }
-
-}  // namespace
 
 Candidates These(std::vector<Candidate> candidates) {
     return [candidates = std::move(candidates)] { return candidates; };
@@ -40,7 +46,7 @@ Candidates TrunkNames(Which which) {
     return [which] {
         std::vector<Candidate> candidates;
         for (const TrunkRow& row : ReadTrunkRows()) {
-            if (which == Which::kAll || row.isToMaster == (which == Which::kToMaster)) {
+            if (which == Which::kAll || row.isToMaster) {
                 candidates.push_back({row.name, row.Type() + (", user " + row.user)});
             }
         }
@@ -72,7 +78,7 @@ Command Command::Add(const char* name, const char* group, const char* summary,
             return;  // that one runs
         }
         if (!run) {
-            throw CLI::RequiredError("a command is required: " + NamesOf(*added),
+            throw CLI::RequiredError("a command is required: " + Joined(CommandsOf(*added), ", "),
                                      CLI::ExitCodes::RequiredError);
         }
         run(*context);
@@ -100,12 +106,8 @@ Command& Command::Value(const char* name, std::string& value, const char* form, 
 
 Command& Command::Choice(const char* name, std::string& value, const char* meaning,
                          const std::vector<Candidate>& choices) {
-    std::string form;
-    for (const Candidate& choice : choices) {
-        form += (form.empty() ? "" : "|") + choice.text;
-    }
     CLI::Option* option = m_app->add_option(name, value, meaning);
-    option->take_last()->check(CLI::IsMember(TextsOf(choices)))->option_text(form);
+    option->take_last()->check(CLI::IsMember(TextsOf(choices)))->option_text(Joined(choices, "|"));
     return Added(option, These(choices));
 }
 

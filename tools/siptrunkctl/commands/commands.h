@@ -28,9 +28,14 @@ constexpr const char* kFiles = ":files";
 constexpr const char* kFolders = ":folders";
 
 /// Which trunks a word may name.
-enum class Which { kAll, kToMaster, kForSlave };
+enum class Which { kAll, kToMaster };
 
 constexpr int kAnyNumber = (1 << 29) + 1;  ///< of words, as CLI11 has it
+
+std::vector<std::string> TextsOf(const std::vector<Candidate>& candidates);
+
+/// Returns the commands right below the tool or a command.
+std::vector<Candidate> CommandsOf(const CLI::App& app);
 
 Candidates These(std::vector<Candidate> candidates);
 Candidates TrunkNames(Which which = Which::kAll);
@@ -100,6 +105,11 @@ void AddDatabase(const Command& root);
 void AddImport(const Command& root);
 void AddEdit(const Command& root);
 void AddWatch(const Command& root);
+
+/// Throws a Failure, which tells who has it, when another trunk has the name or the user.
+/// @param edited the trunk that is to be changed, which is not compared; empty for a new one
+void RequireFree(Library& library, const std::string& edited, const std::string& name,
+                 const std::string& user);
 
 struct Change;
 

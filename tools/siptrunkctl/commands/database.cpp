@@ -18,8 +18,7 @@ void Validate(Context& context) {
     const std::vector<Problem> problems = AllProblems(ScanDatabase(ReadDatabaseText(path)));
     context.result = problems.empty() ? ExitCode::kDone : ExitCode::kMalformed;
     if (context.outputOptions.json) {
-        Json answer = Json::object();
-        PutText(answer, "file", path);
+        Json answer = ToJson(Record{{"file", path}}, false);
         answer["problems"] = Json::array();
         for (const Problem& problem : problems) {
             answer["problems"].push_back({{"line", problem.line}, {"reason", problem.reason}});

@@ -125,7 +125,7 @@ void RequireGood(Input input, Sections kept) {
         }
     }
     if (!text.empty()) {
-        throw Failure(ExitCode::kFailed, text);
+        throw Failure(text);
     }
 }
 

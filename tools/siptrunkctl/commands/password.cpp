@@ -96,7 +96,7 @@ std::string AskOnce(const SilentTerminal& terminal, const std::string& question)
     }
     WriteError("\n");
     if (!isThere) {
-        throw Failure(ExitCode::kFailed, "no password given; nothing was changed");
+        throw Failure("no password given; nothing was changed");
     }
     return answer;
 }
@@ -110,7 +110,7 @@ std::string Ask() {
     const SilentTerminal silent;
     std::string password = AskOnce(silent, "Password: ");
     if (AskOnce(silent, "Once more: ") != password) {
-        throw Failure(ExitCode::kFailed, "the two passwords differ; nothing was changed");
+        throw Failure("the two passwords differ; nothing was changed");
     }
     return password;
 }

@@ -66,8 +66,8 @@ void Run(Context& context, const Step& step) {
     }
     const Trunk trunk = RequireTrunkOfSlave(context.library, given.user);
     if (step.needsRegistered && trunk.remote_ip.empty()) {
-        throw Failure(ExitCode::kFailed, "slave " + Quoted(given.user) +
-                                             " is not registered; \"slave register\" registers it");
+        throw Failure("slave " + Quoted(given.user) +
+                      " is not registered; \"slave register\" registers it");
     }
     Registration registration;
     registration.user_name = given.user;

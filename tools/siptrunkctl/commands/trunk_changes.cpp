@@ -1,6 +1,5 @@
 #include <nlohmann/json.hpp>
 
-#include "tools/siptrunkctl/commands/check.h"
 #include "tools/siptrunkctl/commands/commands.h"
 #include "tools/siptrunkctl/commands/password.h"
 #include "tools/siptrunkctl/commands/trunk_values.h"
@@ -23,9 +22,8 @@ Trunk RequireWholeTrunk(Library& library, const std::string& name) {
     for (std::size_t i = 0; section != nullptr && i < section->entries.size(); ++i) {
         const DatabaseEntry& entry = section->entries[i];
         if (entry.value.size() > kLongestValue) {
-            throw Failure(ExitCode::kFailed, DatabasePath() + ":" + std::to_string(entry.line) +
-                                                 ": value of " + Quoted(entry.key) +
-                                                 " is too long to be kept; shorten it there");
+            throw Failure(DatabasePath() + ":" + std::to_string(entry.line) + ": value of " +
+                          Quoted(entry.key) + " is too long to be kept; shorten it there");
         }
     }
     return trunk;
@@ -95,7 +93,7 @@ Record DeleteOne(Context& context, const std::string& name, std::string& text) {
     const ChangeNotice notice;
     if (!context.library.Checked(context.library.Config().DeleteTrunk(name, true, wasOn))) {
         (void)RequireTrunk(context.library, name);
-        throw Failure(ExitCode::kFailed, "trunk " + Quoted(name) + " was changed meanwhile");
+        throw Failure("trunk " + Quoted(name) + " was changed meanwhile");
     }
     text += (text.empty() ? "" : "\n") + ("deleted trunk " + Quoted(name)) +
             (wasOn ? "; its registration was switched on" : "");

@@ -109,8 +109,7 @@ void Show(Context& context) {
 Value StoredValue(const std::string& name, const std::string& key) {
     const Database database = RequireDatabase(DatabasePath());
     const DatabaseSection* section = FindTrunk(database.sections, name);
-    const std::string* value = section == nullptr ? nullptr : section->Find(key);
-    return value == nullptr ? Value() : IsSecret(key) ? Value(Secret{*value}) : Value(*value);
+    return ValueOf(key, section == nullptr ? nullptr : section->Find(key));
 }
 
 [[noreturn]] void ThrowNoKey(const Record& record, const std::string& name,
@@ -119,8 +118,7 @@ Value StoredValue(const std::string& name, const std::string& key) {
     for (const Field& field : record) {
         keys.emplace_back(field.name);
     }
-    throw Failure(ExitCode::kFailed,
-                  "trunk " + Quoted(name) + " has no key " + Quoted(key) + DidYouMean(key, keys));
+    throw Failure("trunk " + Quoted(name) + " has no key " + Quoted(key) + DidYouMean(key, keys));
 }
 
 void Get(Context& context) {

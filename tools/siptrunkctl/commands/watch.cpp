@@ -1,5 +1,4 @@
 #include <nlohmann/json.hpp>
-#include <optional>
 
 #include "tools/siptrunkctl/commands/commands.h"
 #include "tools/siptrunkctl/device/cause.h"

@@ -71,14 +71,14 @@ Failure FailureOf(const std::string& cause) {
         return {ExitCode::kNotPermitted, cause + "; run this as root or as the file's owner"};
     }
     if (HasReason(cause, ENOENT)) {
-        return {ExitCode::kFailed, cause + MissingFileCure(cause)};
+        return Failure(cause + MissingFileCure(cause));
     }
     if (HasReason(cause, ENOTDIR) && BeginsWith(cause, BaseDirectory())) {
-        return {ExitCode::kFailed,
-                cause + "; a file stands for one of its folders; -C names another directory"};
+        return Failure(cause +
+                       "; a file stands for one of its folders; -C names another directory");
     }
     if (HasReason(cause, ENOSPC) && !BeginsWith(cause, "lock ")) {
-        return {ExitCode::kFailed, cause + "; make room on that file system"};
+        return Failure(cause + "; make room on that file system");
     }
-    return {ExitCode::kFailed, cause};
+    return Failure(cause);
 }

@@ -79,6 +79,6 @@ void Library::ThrowLogged() {
 
 void Library::Require(bool result, const std::string& otherwise) {
     if (!Checked(result)) {
-        throw Failure(ExitCode::kFailed, otherwise);
+        throw Failure(otherwise);
     }
 }

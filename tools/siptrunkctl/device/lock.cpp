@@ -3,7 +3,6 @@
 #include <sys/sem.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <fstream>
@@ -55,7 +54,7 @@ void WaitForLock(double limit) {
         waited = kNoteAfter;
     }
     if (isLimited && !IsFreeWithin(limit - waited)) {
-        throw Failure(ExitCode::kFailed, "the device's lock is still held by " + Holder() +
-                                             " after the time of --wait; let it go on, or end it");
+        throw Failure("the device's lock is still held by " + Holder() +
+                      " after the time of --wait; let it go on, or end it");
     }
 }

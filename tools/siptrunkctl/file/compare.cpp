@@ -111,8 +111,7 @@ std::string ChangeText(const Change& change, bool secrets) {
 
 Record ChangeRecord(const Change& change) {
     const auto value = [&](const Text& text) {
-        return text && IsSecret(change.key) ? Value(Secret{*text})
-                                            : TextIf(text.has_value(), text.value_or(""));
+        return ValueOf(change.key, text ? &*text : nullptr);
     };
     Record record = {{"change", std::string(change.what)},
                      {"name", TextIf(change.name.has_value(), change.name.value_or(""))}};

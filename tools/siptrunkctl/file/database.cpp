@@ -63,6 +63,10 @@ bool IsSecret(std::string_view key) {
     return key == key::kPassword || key == key::kChangedPassword;
 }
 
+Value ValueOf(std::string_view key, const std::string* text) {
+    return text == nullptr ? Value() : IsSecret(key) ? Value(Secret{*text}) : Value(*text);
+}
+
 bool IsSwitches(const DatabaseSection& section) {
     return section.Find(key::kMasterEnabled) != nullptr &&
            section.Find(key::kSlaveEnabled) != nullptr && section.Find(key::kTrunkName) == nullptr;
@@ -112,8 +116,7 @@ std::string ReadDatabaseText(const std::string& path) {
     struct stat status {};
     if (stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
         static_cast<std::uintmax_t>(status.st_size) > kLargestFile) {
-        throw Failure(ExitCode::kFailed,
-                      path + ": it has more than " + std::to_string(kLargestFile) + " bytes");
+        throw Failure(path + ": it has more than " + std::to_string(kLargestFile) + " bytes");
     }
     return std::string(support::ReadWholeFile(path.c_str(), false).View());
 }
@@ -153,7 +156,7 @@ void StoreDatabase(const std::string& before, const std::string& text) {
     const std::string path = DatabasePath();
     support::FileText loaded = support::ReadWholeFile(path.c_str(), true);
     if (loaded.View() != before) {
-        throw Failure(ExitCode::kFailed, path + ": it was changed meanwhile");
+        throw Failure(path + ": it was changed meanwhile");
     }
     support::ReplaceFile(path.c_str(), loaded.identity, {text});
 }

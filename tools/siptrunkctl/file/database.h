@@ -5,6 +5,8 @@
 #include <string_view>
 #include <vector>
 
+#include "tools/siptrunkctl/view/value.h"
+
 // The trunk database as it stands in its file: every section and key, also those that the library
 // does not know.
 
@@ -41,6 +43,9 @@ struct Database {
 
 /// Returns whether the values of a key are passwords.
 bool IsSecret(std::string_view key);
+
+/// Returns the text of a key as a value: a secret when it is a password, nothing when it is null.
+Value ValueOf(std::string_view key, const std::string* text);
 
 /// Returns whether a section is the one of the agents' switches.
 bool IsSwitches(const DatabaseSection& section);

@@ -12,19 +12,19 @@
 
 std::string ReadInput(const std::string& name, std::size_t limit) {
     const bool isStandardInput = name == "-";
-    const support::FileDescriptor opened(isStandardInput ? -1 : support::RetryInterrupted([&] {
-        return open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
-    }));
-    if (!isStandardInput && opened.Number() == -1) {
-        support::ThrowSystemFailure(errno, name, "open");
-    }
     const std::string shown = isStandardInput ? "standard input" : name;
-    const int file = isStandardInput ? STDIN_FILENO : opened.Number();
+    const support::FileDescriptor file(support::RetryInterrupted([&] {
+        return isStandardInput ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0)
+                               : open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
+    }));
+    if (file.Number() == -1) {
+        support::ThrowSystemFailure(errno, shown, "open");
+    }
     std::string text;
     std::array<char, 4096> block{};
     while (true) {
-        const ssize_t count =
-            support::RetryInterrupted([&] { return read(file, block.data(), block.size()); });
+        const ssize_t count = support::RetryInterrupted(
+            [&] { return read(file.Number(), block.data(), block.size()); });
         if (count == -1) {
             support::ThrowSystemFailure(errno, shown, "read");
         }
@@ -33,8 +33,7 @@ std::string ReadInput(const std::string& name, std::size_t limit) {
         }
         text.append(block.data(), static_cast<std::size_t>(count));
         if (text.size() > limit) {
-            throw Failure(ExitCode::kFailed,
-                          shown + ": it has more than " + std::to_string(limit) + " bytes");
+            throw Failure(shown + ": it has more than " + std::to_string(limit) + " bytes");
         }
     }
 }

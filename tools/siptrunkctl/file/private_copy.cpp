@@ -65,13 +65,12 @@ void RunEditor(const std::string& path) {
     }
     const std::string subject = "editor \"" + editor + "\": ";
     if (WIFSIGNALED(status)) {
-        throw Failure(ExitCode::kFailed, subject + "signal " + std::to_string(WTERMSIG(status)) +
-                                             " ended it; nothing was stored");
+        throw Failure(subject + "signal " + std::to_string(WTERMSIG(status)) +
+                      " ended it; nothing was stored");
     }
     if (WEXITSTATUS(status) != 0) {
-        throw Failure(ExitCode::kFailed,
-                      subject + "exit code " + std::to_string(WEXITSTATUS(status)) +
-                          "; nothing was stored" +
-                          (WEXITSTATUS(status) == 127 ? "; set VISUAL or EDITOR" : ""));
+        throw Failure(subject + "exit code " + std::to_string(WEXITSTATUS(status)) +
+                      "; nothing was stored" +
+                      (WEXITSTATUS(status) == 127 ? "; set VISUAL or EDITOR" : ""));
     }
 }

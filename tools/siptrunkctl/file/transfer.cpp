@@ -34,17 +34,11 @@ Json ToJson(const DatabaseSection& section, const std::string& path, bool secret
     for (const DatabaseEntry& entry : section.entries) {
         const std::string_view stem = StemOf(entry.key);
         if (!IsUtf8(entry.key) || (!stem.empty() && keys.count(stem) != 0)) {
-            throw Failure(ExitCode::kFailed, path + ":" + std::to_string(entry.line) + ": key " +
-                                                 Quoted(entry.key) +
-                                                 " cannot be carried by JSON; rename it there");
+            throw Failure(path + ":" + std::to_string(entry.line) + ": key " + Quoted(entry.key) +
+                          " cannot be carried by JSON; rename it there");
         }
-        if (!done.insert(entry.key).second) {
-            continue;
-        }
-        if (IsSecret(entry.key) && !secrets) {
-            PutNull(object, entry.key);
-        } else {
-            PutText(object, entry.key, entry.value);
+        if (done.insert(entry.key).second) {
+            Put(object, entry.key, ValueOf(entry.key, &entry.value), secrets);
         }
     }
     return object;
@@ -138,7 +132,7 @@ class SectionsReader : public nlohmann::json_sax<Json> {
     bool end_array() override { return Leave(); }
     bool key(string_t& value) override {
         if (m_depth == 1 && value == kSections && m_sections) {
-            throw Failure(ExitCode::kFailed, m_name + ": the list \"sections\" occurs twice");
+            throw Failure(m_name + ": the list \"sections\" occurs twice");
         }
         m_key = std::move(value);
         return true;
@@ -151,17 +145,16 @@ class SectionsReader : public nlohmann::json_sax<Json> {
         }
         const std::string_view before = m_text.substr(0, position == 0 ? 0 : position - 1);
         const auto line = 1 + std::count(before.begin(), before.end(), '\n');
-        throw Failure(ExitCode::kFailed,
-                      m_name + ":" + std::to_string(line) + ": this is not JSON");
+        throw Failure(m_name + ":" + std::to_string(line) + ": this is not JSON");
     }
 
   private:
     static constexpr const char* kSections = "sections";
 
     [[noreturn]] void ThrowNoList() const {
-        throw Failure(ExitCode::kFailed, m_name +
-                                             ": no list \"sections\" in it; \"siptrunkctl "
-                                             "export\" shows the form");
+        throw Failure(m_name +
+                      ": no list \"sections\" in it; \"siptrunkctl "
+                      "export\" shows the form");
     }
 
     bool AddMember(std::string value, bool isHidden) {
@@ -204,7 +197,7 @@ class SectionsReader : public nlohmann::json_sax<Json> {
 }  // namespace
 
 void RefuseSection(const std::string& name, std::size_t section, const std::string& reason) {
-    throw Failure(ExitCode::kFailed, name + ": section " + std::to_string(section) + ": " + reason);
+    throw Failure(name + ": section " + std::to_string(section) + ": " + reason);
 }
 
 Json ToJson(const Sections& sections, const std::string& path, bool secrets) {

@@ -37,10 +37,11 @@ std::string OddityOf(const DatabaseSection& section, bool isNew) {
 
 }  // namespace
 
-std::vector<TrunkRow> TrunkRowsOf(const Sections& sections) {
+std::vector<TrunkRow> ReadTrunkRows() {
+    const Database database = RequireDatabase(DatabasePath());
     std::vector<TrunkRow> rows;
     std::unordered_set<std::string_view> names;
-    for (const DatabaseSection& section : sections) {
+    for (const DatabaseSection& section : database.sections) {
         if (section.Find(key::kTrunkName) != nullptr) {
             rows.push_back(RowOf(section));
             rows.back().oddity =
@@ -48,8 +49,4 @@ std::vector<TrunkRow> TrunkRowsOf(const Sections& sections) {
         }
     }
     return rows;
-}
-
-std::vector<TrunkRow> ReadTrunkRows() {
-    return TrunkRowsOf(RequireDatabase(DatabasePath()).sections);
 }

@@ -22,8 +22,6 @@ struct TrunkRow {
     const char* Type() const { return isToMaster ? "master" : "slave"; }
 };
 
-/// Returns the trunks of a database in the order of the file. One read gives all of them.
-std::vector<TrunkRow> TrunkRowsOf(const Sections& sections);
-
-/// The same of the device's database. Throws as RequireDatabase does.
+/// Returns the trunks of the device's database in the order of the file. One read gives all of
+/// them. Throws as RequireDatabase does.
 std::vector<TrunkRow> ReadTrunkRows();

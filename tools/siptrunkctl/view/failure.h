@@ -18,6 +18,7 @@ enum class ExitCode : int {
 /// cure.
 class Failure : public std::runtime_error {
   public:
+    explicit Failure(const std::string& text) : Failure(ExitCode::kFailed, text) {}
     Failure(ExitCode code, const std::string& text) : std::runtime_error(text), m_code(code) {}
     ExitCode Code() const { return m_code; }
 

@@ -28,23 +28,28 @@ std::string Base64(std::string_view bytes) {
 
 // An ordered object looks for a name before it takes it, which makes many names slow; these names
 // are known to be new.
-void Put(Json& object, std::string name, Json value) {
+void Append(Json& object, std::string name, Json value) {
     object.get_ref<Json::object_t&>().emplace_back(std::move(name), std::move(value));
 }
 
 // Puts one kind of value into an object.
 struct Putting {
     Json& object;
-    const char* name;
+    const std::string& name;
     bool secrets;
 
-    void operator()(Nothing /*value*/) const { PutNull(object, name); }
-    void operator()(const std::string& text) const { PutText(object, name, text); }
-    void operator()(std::size_t number) const { Put(object, name, number); }
-    void operator()(Switch value) const { Put(object, name, value.isOn); }
-    void operator()(State value) const { Put(object, name, value.holds); }
+    void operator()(Nothing /*value*/) const { Append(object, name, nullptr); }
+    void operator()(const std::string& text) const {
+        Append(object, name, text);
+        if (!IsUtf8(text)) {
+            Append(object, name + kBase64Ending, Base64(text));
+        }
+    }
+    void operator()(std::size_t number) const { Append(object, name, number); }
+    void operator()(Switch value) const { Append(object, name, value.isOn); }
+    void operator()(State value) const { Append(object, name, value.holds); }
     void operator()(const Secret& value) const {
-        secrets ? PutText(object, name, value.text) : PutNull(object, name);
+        secrets ? (*this)(value.text) : (*this)(Nothing());
     }
 };
 
@@ -79,19 +84,14 @@ bool TextFromBase64(std::string_view base64, std::string& text) {
     return Base64(text) == base64;
 }
 
-void PutText(Json& object, const std::string& name, const std::string& text) {
-    Put(object, name, text);
-    if (!IsUtf8(text)) {
-        Put(object, name + kBase64Ending, Base64(text));
-    }
+void Put(Json& object, const std::string& name, const Value& value, bool secrets) {
+    std::visit(Putting{object, name, secrets}, value);
 }
-
-void PutNull(Json& object, const std::string& name) { Put(object, name, nullptr); }
 
 Json ToJson(const Record& record, bool secrets) {
     Json object = Json::object();
     for (const Field& field : record) {
-        std::visit(Putting{object, field.name, secrets}, field.value);
+        Put(object, field.name, field.value, secrets);
     }
     return object;
 }

@@ -12,18 +12,16 @@ using Json = nlohmann::ordered_json;
 /// The ending of the name under which a text that is not UTF-8 stands a second time, in base64.
 constexpr const char* kBase64Ending = "_base64";
 
-/// Puts a text into an object, under a name that it does not have yet. JSON holds UTF-8 alone: of
+/// Puts a value into an object, under a name that it does not have yet. JSON holds UTF-8 alone: of
 /// other texts the strange bytes show as replacement characters, and a second member, the name with
 /// the ending, has them all in base64.
-void PutText(Json& object, const std::string& name, const std::string& text);
+/// @param secrets whether secrets are shown; else they are null
+void Put(Json& object, const std::string& name, const Value& value, bool secrets);
 
-/// Puts null into an object, under a name that it does not have yet.
-void PutNull(Json& object, const std::string& name);
-
-/// Reads a text of PutText back. Returns false when it is not written as PutText would write it.
+/// Reads such a text back. Returns false when it is not written as Put would write it.
 bool TextFromBase64(std::string_view base64, std::string& text);
 
-/// Returns a record as an object. Secrets are null unless `secrets` is true.
+/// Returns a record as an object.
 Json ToJson(const Record& record, bool secrets);
 Json ToJson(const std::vector<Record>& records, bool secrets);
 

@@ -28,8 +28,9 @@ void WriteError(std::string_view text) {
     }
 }
 
-void Tell(std::string_view text) {
-    WriteError("siptrunkctl: " + support::PrintableLine(std::string(text)) + "\n");
+void Tell(std::string_view text, bool color) {
+    WriteError((color ? "\x1b[1;31msiptrunkctl:\x1b[0m " : "siptrunkctl: ") +
+               support::PrintableLine(std::string(text)) + "\n");
 }
 
 Layout Output::TheLayout() const {
@@ -72,8 +73,7 @@ void Output::Flush() {
         const ssize_t written = support::RetryInterrupted(
             [&] { return write(STDOUT_FILENO, text.data(), text.size()); });
         if (written == -1) {
-            throw Failure(ExitCode::kFailed,
-                          std::string("standard output: write: ") + std::strerror(errno));
+            throw Failure(std::string("standard output: write: ") + std::strerror(errno));
         }
         text.remove_prefix(static_cast<std::size_t>(written));
     }

@@ -54,4 +54,4 @@ bool WantsColor(const std::string& when, int fd);
 void WriteError(std::string_view text);
 
 /// Tells something on the standard error, in one line that begins with the tool's name.
-void Tell(std::string_view text);
+void Tell(std::string_view text, bool color = false);

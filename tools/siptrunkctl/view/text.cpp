@@ -95,6 +95,20 @@ const std::string* OnlyOneThatBeginsWith(std::string_view word,
     return only;
 }
 
+const std::string* Nearest(std::string_view word, const std::vector<std::string>& candidates) {
+    const std::string* nearest = nullptr;
+    const std::size_t dashes = std::min(word.find_first_not_of('-'), word.size());
+    std::size_t least = (word.size() - dashes) / 3 + 1;  // farther away, it is another word
+    for (const std::string& candidate : candidates) {
+        const std::size_t distance = Distance(word, candidate);
+        if (distance < least || (distance == least && nearest == nullptr && least < word.size())) {
+            least = distance;
+            nearest = &candidate;
+        }
+    }
+    return nearest != nullptr ? nearest : OnlyOneThatBeginsWith(word, candidates);
+}
+
 }  // namespace
 
 bool IsShownEscaped(const Character& character) {
@@ -136,19 +150,6 @@ std::string PrintableCell(std::string_view text) {
 }
 
 std::string Quoted(std::string_view text) { return "\"" + Printable(text) + "\""; }
-
-const std::string* Nearest(std::string_view word, const std::vector<std::string>& candidates) {
-    const std::string* nearest = nullptr;
-    std::size_t least = word.size() / 3 + 1;  // farther away, it is another word
-    for (const std::string& candidate : candidates) {
-        const std::size_t distance = Distance(word, candidate);
-        if (distance < least || (distance == least && nearest == nullptr && least < word.size())) {
-            least = distance;
-            nearest = &candidate;
-        }
-    }
-    return nearest != nullptr ? nearest : OnlyOneThatBeginsWith(word, candidates);
-}
 
 std::string DidYouMean(std::string_view word, const std::vector<std::string>& candidates) {
     const std::string* nearest = Nearest(word, candidates);

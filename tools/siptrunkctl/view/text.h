@@ -30,9 +30,6 @@ std::string PrintableCell(std::string_view text);
 /// Returns the printable text in quotation marks.
 std::string Quoted(std::string_view text);
 
-/// Returns the candidate that `word` is most likely a misspelling of, or else the only one that
-/// begins with it; null when there is none.
-const std::string* Nearest(std::string_view word, const std::vector<std::string>& candidates);
-
-/// Returns "; did you mean "X"?" for the nearest candidate, or an empty text.
+/// Returns "; did you mean "X"?" for the candidate that `word` is most likely a misspelling of, or
+/// else for the only one that begins with it; an empty text when there is none.
 std::string DidYouMean(std::string_view word, const std::vector<std::string>& candidates);

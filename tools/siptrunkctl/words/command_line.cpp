@@ -54,27 +54,16 @@ std::string SecondsFault(const std::string& given) {
         word.compare(0, 2, "--") != 0 &&
         !app->get_options([](const CLI::Option* option) { return option->get_positional(); })
              .empty();
-    std::vector<std::string> names;
-    for (const CLI::App* level = app; level != nullptr; level = level->get_parent()) {
-        for (const CLI::Option* option : level->get_options()) {
-            names.insert(names.end(), option->get_lnames().begin(), option->get_lnames().end());
-        }
-    }
-    const std::string bare = word.substr(0, word.find('='));
-    const std::string* meant =
-        Nearest(bare.substr(std::min(bare.find_first_not_of('-'), bare.size())), names);
+    const std::string meant = DidYouMean(word.substr(0, word.find('=')), TextsOf(OptionsOf(app)));
     throw UsageFailure("no option " + Quoted(word) +
-                       (meant != nullptr ? "; did you mean \"--" + *meant + "\"?"
-                        : mayBeName      ? "; a name that begins with a dash goes after \"--\""
-                                         : More(app)));
+                       (!meant.empty() ? meant
+                        : mayBeName    ? "; a name that begins with a dash goes after \"--\""
+                                       : More(app)));
 }
 
 // Says which command was meant by a word that is none.
 [[noreturn]] void ThrowNoCommand(const CLI::App* app, const std::string& word) {
-    std::vector<std::string> names;
-    for (const Candidate& command : CommandsOf(*app)) {
-        names.push_back(command.text);
-    }
+    const std::vector<std::string> names = TextsOf(CommandsOf(*app));
     std::string meant = names.size() == 1 ? "; did you mean " + Quoted(names.front()) + "?"
                                           : DidYouMean(word, names);
     for (const auto& [other, name] : kOtherWords) {

@@ -90,7 +90,7 @@ class Cursor {
         }
         const std::size_t separator = typed.find('=');
         return separator == std::string::npos
-                   ? Options()
+                   ? OptionsOf(ChosenOf(m_app))
                    : Values(FindOption(typed.substr(0, separator)), typed, separator + 1);
     }
 
@@ -142,20 +142,6 @@ class Cursor {
         return values;
     }
 
-    std::vector<Candidate> Options() const {
-        std::vector<Candidate> options;
-        for (const CLI::App* app = ChosenOf(m_app); app != nullptr; app = app->get_parent()) {
-            for (const CLI::Option* option : app->get_options()) {
-                for (const std::string& name : option->get_lnames()) {
-                    if (app->get_subcommands().empty() || name != "help") {
-                        options.push_back({"--" + name, option->get_description()});
-                    }
-                }
-            }
-        }
-        return options;
-    }
-
     // The commands below the one that was given, and what may be its next word.
     std::vector<Candidate> Words() const {
         std::size_t given = m_app.remaining().size();
@@ -192,12 +178,18 @@ void UseTypedDirectory(const std::string& directory) {
 
 }  // namespace
 
-std::vector<Candidate> CommandsOf(const CLI::App& app) {
-    std::vector<Candidate> commands;
-    for (const CLI::App* command : app.get_subcommands({})) {
-        commands.push_back({command->get_name(), command->get_description()});
+std::vector<Candidate> OptionsOf(const CLI::App* app) {
+    std::vector<Candidate> options;
+    for (const CLI::App* level = app; level != nullptr; level = level->get_parent()) {
+        for (const CLI::Option* option : level->get_options()) {
+            for (const std::string& name : option->get_lnames()) {
+                if (level == app || option != level->get_help_ptr()) {
+                    options.push_back({"--" + name, option->get_description()});
+                }
+            }
+        }
     }
-    return commands;
+    return options;
 }
 
 const CLI::App* ChosenOf(const CLI::App& app) {

@@ -5,8 +5,8 @@
 /// The hidden command that the completions of the shells call.
 constexpr const char* kCompleteCommand = "__complete";
 
-/// Returns the commands right below the tool or a command.
-std::vector<Candidate> CommandsOf(const CLI::App& app);
+/// Returns the long options of a command and of those above it.
+std::vector<Candidate> OptionsOf(const CLI::App* app);
 
 /// Returns the last command that was given; the tool itself when there was none.
 const CLI::App* ChosenOf(const CLI::App& app);
