@@ -137,13 +137,13 @@ TEST_F(AccessFrameTest, ALockThatIsRefusedIsAFailureWithoutWorkAndWithoutRelease
     EXPECT_EQ(NewLogText(), "ERROR: lock 43:/bin/ls: take: " + ErrorText(ENOMEM) + " \n");
 }
 
-// What a cancelled thread has done.
-struct CancelledWork {
+// What a canceled thread has done.
+struct CanceledWork {
     bool hasFinished = false;
     bool wasHeld = false;
 
     static void* Run(void* argument) {
-        auto& self = *static_cast<CancelledWork*>(argument);
+        auto& self = *static_cast<CanceledWork*>(argument);
         Semaphore lock(43, "/bin/ls");
         RunLocked<LocalBuffer>(lock, nullptr, false, [&](ValueBuffer) {
             pthread_cancel(pthread_self());
@@ -157,10 +157,10 @@ struct CancelledWork {
     }
 };
 
-TEST_F(AccessFrameTest, ACancelledThreadFinishesItsWorkFirst) {
-    CancelledWork work;
+TEST_F(AccessFrameTest, ACanceledThreadFinishesItsWorkFirst) {
+    CanceledWork work;
     pthread_t thread{};
-    ASSERT_EQ(pthread_create(&thread, nullptr, CancelledWork::Run, &work), 0);
+    ASSERT_EQ(pthread_create(&thread, nullptr, CanceledWork::Run, &work), 0);
     void* end = nullptr;
     ASSERT_EQ(pthread_join(thread, &end), 0);
     EXPECT_EQ(end, PTHREAD_CANCELED);
@@ -169,7 +169,7 @@ TEST_F(AccessFrameTest, ACancelledThreadFinishesItsWorkFirst) {
     EXPECT_FALSE(IsLockHeldHere());
 }
 
-TEST_F(AccessFrameTest, AThreadThatMayNotBeCancelledStaysSo) {
+TEST_F(AccessFrameTest, AThreadThatMayNotBeCanceledStaysSo) {
     int before = 0;
     ASSERT_EQ(pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before), 0);
     RunLocked<LocalBuffer>(m_lock, nullptr, false, [](ValueBuffer) { return true; });

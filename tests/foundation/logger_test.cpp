@@ -10,7 +10,7 @@
 #include <thread>
 
 #include "include/raiklaik.h"
-#include "tests/fixture/cancelled_thread.h"
+#include "tests/fixture/canceled_thread.h"
 #include "tests/fixture/child_process.h"
 #include "tests/fixture/device_fixture.h"
 #include "tests/fixture/failing_calls.h"
@@ -96,9 +96,9 @@ TEST_F(LoggerTest, TheLogGrowsTo2147483647BytesAndThenStartsAnew) {
     EXPECT_EQ(LogText(), line);
 }
 
-TEST_F(LoggerTest, ACancelledThreadMakesItsCallsToTheEnd) {
+TEST_F(LoggerTest, ACanceledThreadMakesItsCallsToTheEnd) {
     CSIPTrunkLogger shared(LogPath().c_str());
-    EXPECT_TRUE(EndsBeforeItsCancelledThread([&] {
+    EXPECT_TRUE(EndsBeforeItsCanceledThread([&] {
         const FixedClock clock(kMoment, 0);
         {
             // Where the C library may look for a cancellation while a line is made.

@@ -60,10 +60,10 @@ TEST_F(TraceTest, ALineForWhichThereIsNoMemoryIsLost) {
     EXPECT_EQ(NewLogText(), isTimeKept ? "\nERROR: next \n" : "ERROR: next \n");
 }
 
-// Traces in a thread that is cancelled when it comes to write the line.
-void TraceCancelled(std::function<void()> trace) {
+// Traces in a thread that is canceled when it comes to write the line.
+void TraceCanceled(std::function<void()> trace) {
     const auto run = [](void* argument) -> void* {
-        const CallWatch cancelling(Call::kWrite, [](int /*number*/) {
+        const CallWatch canceling(Call::kWrite, [](int /*number*/) {
             pthread_cancel(pthread_self());
             return 0;
         });
@@ -78,9 +78,9 @@ void TraceCancelled(std::function<void()> trace) {
     EXPECT_EQ(end, PTHREAD_CANCELED);
 }
 
-TEST_F(TraceTest, AThreadThatIsCancelledWhileItWritesHoldsUpNobody) {
-    TraceCancelled([this] { TraceProgress(&logger, "INFO: first\n"); });
-    TraceCancelled([this] { TraceError(&logger, "second"); });
+TEST_F(TraceTest, AThreadThatIsCanceledWhileItWritesHoldsUpNobody) {
+    TraceCanceled([this] { TraceProgress(&logger, "INFO: first\n"); });
+    TraceCanceled([this] { TraceError(&logger, "second"); });
     TraceError(&logger, "third");
     EXPECT_EQ(NewLogText(), "INFO: first\nERROR: second \nERROR: third \n");
 }

@@ -29,7 +29,7 @@ const char* const kKeys[] = {"a", "s", "}", "{", "aa", "a a", "as", "", "#", "#a
 // RAIKLAIK_TEXT_LENGTH is for a longer search; each byte more takes nine times as long.
 std::size_t LongestText() {
 #if !defined(NDEBUG) || !defined(__x86_64__)
-    const std::size_t usual = 5;  // each text takes long without optimisation, or in an emulator
+    const std::size_t usual = 5;  // each text takes long without optimization, or in an emulator
 #else
     const std::size_t usual = 6;
 #endif

@@ -15,7 +15,7 @@
 #include <utility>
 #include <vector>
 
-#include "tests/fixture/cancelled_thread.h"
+#include "tests/fixture/canceled_thread.h"
 #include "tests/fixture/child_process.h"
 #include "tests/fixture/failing_calls.h"
 #include "tests/fixture/failure_text.h"
@@ -399,8 +399,8 @@ TEST_F(LogStreamTest, ALineWithoutAnEndIsCutWhenItHasToWait) {
     EXPECT_EQ(Text(), "no end no e\nlater\nno end, written at once; the end\n");
 }
 
-TEST_F(LogStreamTest, ACancelledThreadEndsAfterTheCallThatItIsIn) {
-    EXPECT_TRUE(EndsBeforeItsCancelledThread([this] {
+TEST_F(LogStreamTest, ACanceledThreadEndsAfterTheCallThatItIsIn) {
+    EXPECT_TRUE(EndsBeforeItsCanceledThread([this] {
         Settings settings;
         settings.syncAtFlush = true;
         Log log(m_path, settings);

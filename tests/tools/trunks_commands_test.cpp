@@ -309,7 +309,7 @@ TEST_F(TrunkCommands, DeleteTakesSeveralNamesOrNone) {
     ExpectAnswer({"list"}, "0 trunks\n");
 }
 
-TEST_F(TrunkCommands, AUserInPlaceOfANameIsRecognised) {
+TEST_F(TrunkCommands, AUserInPlaceOfANameIsRecognized) {
     WriteDatabase(kTwoTrunks);
     ExpectFailure({"show", "2001"}, 3, "no trunk \"2001\"; that is the user of trunk \"branch\"");
 }

@@ -316,13 +316,13 @@ TEST_F(FramePromisesTest, ABaseDirectoryWithoutASlashAtItsEndRunsIntoTheFoldersN
 
 // A thread's body: cancels itself where `operation` puts the new file in place or, when it does not
 // save, where it closes the file, and reaches another cancellation point after the operation.
-struct Cancelled {
+struct Canceled {
     const Operation* operation;
     CSIPTrunkConfig* config;
     std::string result;
 
     static void* Run(void* argument) {
-        auto& self = *static_cast<Cancelled*>(argument);
+        auto& self = *static_cast<Canceled*>(argument);
         const Call call = self.operation->Saves() ? Call::kRenameat : Call::kClose;
         const CallWatch watch(call, [](int number) {
             if (number == 1) {
@@ -336,17 +336,17 @@ struct Cancelled {
     }
 };
 
-TEST_F(FramePromisesTest, ACancelledThreadFinishesItsOperationAndReleasesTheLock) {
+TEST_F(FramePromisesTest, ACanceledThreadFinishesItsOperationAndReleasesTheLock) {
     CSIPTrunkConfig silent(nullptr);  // writing a line would be a cancellation point too
     ForEach([&](const Operation& operation) {
         const ino_t inode = InodeOf(PathOf(operation));
-        Cancelled cancelled{&operation, &silent, ""};
+        Canceled canceled{&operation, &silent, ""};
         pthread_t thread{};
-        ASSERT_EQ(pthread_create(&thread, nullptr, Cancelled::Run, &cancelled), 0);
+        ASSERT_EQ(pthread_create(&thread, nullptr, Canceled::Run, &canceled), 0);
         void* end = nullptr;
         ASSERT_EQ(pthread_join(thread, &end), 0);
         EXPECT_EQ(end, PTHREAD_CANCELED);
-        EXPECT_EQ(cancelled.result, operation.answer);
+        EXPECT_EQ(canceled.result, operation.answer);
         EXPECT_EQ(InodeOf(PathOf(operation)) != inode, operation.Saves());
     });
 }

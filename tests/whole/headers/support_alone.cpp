@@ -20,14 +20,14 @@ std::string StoreAndRead(const std::string& path) {
         Configuration::MultiSectionFile sections(path.c_str(), true, false, false, "section", "{\n",
                                                  "}\n", "=", "#", nullptr);
         sections.AddSection(false);
-        sections.AddSectionEntry("colour", "green");
+        sections.AddSectionEntry("color", "green");
         sections.Save(true, nullptr);
     }
-    char colour[16];
+    char color[16];
     Configuration::MultiSectionFile sections(path.c_str(), false, true, false, "section", "{\n",
                                              "}\n", "=", "#", nullptr);
-    return sections.GotoNextSection() && sections.GetSectionEntry("colour", colour, sizeof(colour))
-               ? colour
+    return sections.GotoNextSection() && sections.GetSectionEntry("color", color, sizeof(color))
+               ? color
                : "";
 }
 
@@ -39,10 +39,10 @@ int main() {
         std::perror(folder.c_str());
         return 1;
     }
-    const std::string colour = StoreAndRead(folder + "/sections");
+    const std::string color = StoreAndRead(folder + "/sections");
     std::filesystem::remove_all(folder);
-    if (colour != "green") {
-        std::fprintf(stderr, "stored \"green\", read back \"%s\"\n", colour.c_str());
+    if (color != "green") {
+        std::fprintf(stderr, "stored \"green\", read back \"%s\"\n", color.c_str());
         return 1;
     }
     return 0;

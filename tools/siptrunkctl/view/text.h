@@ -20,7 +20,7 @@ std::size_t Width(std::string_view text);
 
 /// Returns the text with every byte as \xNN that could do something to a terminal, cannot be seen,
 /// or is not UTF-8: the result is UTF-8 and stays on one line. Backslashes before an "x" or before
-/// such a byte are doubled, so that no two texts look alike.
+/// such a byte are doubled, so that no two texts are shown alike.
 std::string Printable(std::string_view text);
 
 /// The same for a cell of a table, where blanks at the ends would not show and a lone "-" stands
