@@ -23,7 +23,7 @@ bool HasNoList() { return errno == ENODATA || errno == EOPNOTSUPP || errno == EN
 bool ReadAccessList(int file, std::string& list) {
     char usual[kUsualSize];
     ssize_t size = RetryInterrupted([&] { return fgetxattr(file, kName, usual, sizeof(usual)); });
-    if (size >= 0) {
+    if (size != -1) {
         list.assign(usual, static_cast<std::size_t>(size));
         return true;
     }
@@ -33,8 +33,8 @@ bool ReadAccessList(int file, std::string& list) {
     }
     list.resize(XATTR_SIZE_MAX);
     size = RetryInterrupted([&] { return fgetxattr(file, kName, list.data(), list.size()); });
-    list.resize(size >= 0 ? static_cast<std::size_t>(size) : 0);
-    return size >= 0;
+    list.resize(size == -1 ? 0 : static_cast<std::size_t>(size));
+    return size != -1;
 }
 
 bool WriteAccessList(int file, const std::string& list) {
