@@ -25,7 +25,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kWriters = 8;
-constexpr int kDefaultSeconds = 3;
+constexpr int kDefaultSeconds = 1;
 constexpr unsigned kHolders = 50;
 
 struct Progress {

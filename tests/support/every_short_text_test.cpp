@@ -28,13 +28,8 @@ const char* const kKeys[] = {"a", "s", "}", "{", "aa", "a a", "as", "", "#", "#a
 
 // RAIKLAIK_TEXT_LENGTH is for a longer search; each byte more takes nine times as long.
 std::size_t LongestText() {
-#if !defined(NDEBUG) || !defined(__x86_64__)
-    const std::size_t usual = 5;  // each text takes long without optimization, or in an emulator
-#else
-    const std::size_t usual = 6;
-#endif
     const char* const chosen = std::getenv("RAIKLAIK_TEXT_LENGTH");
-    return chosen == nullptr ? usual : std::strtoul(chosen, nullptr, 10);
+    return chosen == nullptr ? 5 : std::strtoul(chosen, nullptr, 10);
 }
 
 // Goes to the next text of the same length; false after the last one.

@@ -17,22 +17,13 @@
 
 namespace {
 
+constexpr unsigned long kSteps = 24000;
 constexpr unsigned long kParts = 8;
 constexpr unsigned long kStepsInASequence = 250;
 
 unsigned long NumberOf(const char* variable, unsigned long otherwise) {
     const char* text = std::getenv(variable);
     return text != nullptr ? std::strtoul(text, nullptr, 10) : otherwise;
-}
-
-// Fewer where each call is slow: under a sanitizer, and on ARM, where tests mostly run emulated.
-unsigned long StepsInAll() {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(__arm__)
-    constexpr unsigned long kSteps = 24000;
-#else
-    constexpr unsigned long kSteps = 216000;
-#endif
-    return NumberOf("RAIKLAIK_MODEL_STEPS", kSteps);
 }
 
 class ModelTest : public DeviceFixture, public ::testing::WithParamInterface<unsigned long> {
@@ -152,7 +143,8 @@ std::vector<Step> WithShorterDatabases(std::vector<Step> steps, const Fails& fai
 
 TEST_P(ModelTest, TheServiceAndTheModelAgreeAfterEachStep) {
     const unsigned long first = NumberOf("RAIKLAIK_MODEL_SEED", 1000);
-    const unsigned long sequences = StepsInAll() / kParts / kStepsInASequence;
+    const unsigned long sequences =
+        NumberOf("RAIKLAIK_MODEL_STEPS", kSteps) / kParts / kStepsInASequence;
     CSIPTrunkConfig silent(nullptr);
     std::cout << sequences << " sequences of " << kStepsInASequence << " steps, from seed "
               << first + GetParam() * sequences << '\n';
