@@ -2,7 +2,9 @@
 #include <sys/mount.h>
 #include <sys/sem.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 
+#include <csignal>
 #include <cstdlib>
 
 #include "include/raiklaik.h"
@@ -309,6 +311,30 @@ TEST_F(Failures, ALockHeldByAStoppedProcessIsWaitedForAsLongAsWanted) {
     EXPECT_NE(DatabaseText(), kTwoTrunks);  // the comment stands elsewhere
     ExpectAnswer({"delete", "office", "--wait", "60"},
                  "deleted trunk \"office\"; its registration was switched on\n");
+}
+
+TEST_F(Failures, ACommandThatWasStoppedStillGivesUp) {
+    if (!HasOwnLock()) {
+        GTEST_SKIP() << "a test may not have a lock of its own here";
+    }
+    WriteDatabase(kTwoTrunks);
+    const std::unique_ptr<ChildProcess> holder = StartStoppedHolder();
+    const pid_t waiting =
+        Start({SIPTRUNKCTL_PATH, "-C", Folder(), "delete", "office", "--wait", "0.5"}, "", "", "");
+    const auto hasEnded = [&](int peek) {
+        siginfo_t end{};
+        return waitid(P_PID, static_cast<id_t>(waiting), &end, WEXITED | WNOHANG | peek) == 0 &&
+               end.si_pid == waiting;
+    };
+    EXPECT_TRUE(WaitUntil([&] { return Waiting() == 1 || hasEnded(WNOWAIT); }));
+    (void)kill(waiting, SIGSTOP);
+    siginfo_t stop{};
+    (void)waitid(P_PID, static_cast<id_t>(waiting), &stop, WSTOPPED | WEXITED | WNOWAIT);
+    (void)kill(waiting, SIGCONT);
+    EXPECT_TRUE(WaitUntil([&] { return hasEnded(WNOWAIT); }));
+    holder->Kill();
+    EXPECT_EQ(WaitForEnd(waiting), 1);
+    EXPECT_EQ(DatabaseText(), kTwoTrunks);
 }
 
 TEST_F(Failures, TheLogHasTheLibrarysLines) {

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <fstream>
 
+#include "support/system_call.h"
 #include "tools/siptrunkctl/view/failure.h"
 #include "tools/siptrunkctl/view/output.h"
 #include "tools/siptrunkctl/view/text.h"
@@ -18,14 +19,16 @@ constexpr double kNoteAfter = 2;  // seconds
 // A missing set was never locked.
 int LockSet() { return semget(static_cast<key_t>(raiklaik::device_lock::kKey), 0, 0); }
 
-// Returns whether the lock is free within some seconds. One that cannot be looked at counts as
-// free: whoever takes it then learns why.
+// Returns whether the lock is free within some seconds, counted anew when the process was stopped
+// meanwhile. One that cannot be looked at counts as free: whoever takes it then learns why.
 bool IsFreeWithin(double seconds) {
     struct timespec time {};
     time.tv_sec = static_cast<time_t>(seconds);
     time.tv_nsec = static_cast<long>((seconds - std::floor(seconds)) * 1e9);
     struct sembuf whenFree = {0, 0, 0};
-    return semtimedop(LockSet(), &whenFree, 1, &time) == 0 || errno != EAGAIN;
+    const int result =
+        support::RetryInterrupted([&] { return semtimedop(LockSet(), &whenFree, 1, &time); });
+    return result == 0 || errno != EAGAIN;
 }
 
 // The process that took the lock last is the one that holds it; it cannot be known when it runs in
