@@ -245,6 +245,8 @@ TEST_F(Completion, AListIsOfferedWhatItLacks) {
     EXPECT_EQ(offers("name,"),
               "name,type\t\nname,user\t\nname,ip\t\nname,port\t\nname,sym_nat\t\nname,since\t\n"
               "name,since_iso\t\nname,note\t\n");
+    EXPECT_EQ(RunBare({"__complete", "words", "-C", Folder(), "delete", "office", ""}).out,
+              "my branch\tslave, user 2001\n");
 }
 
 TEST_F(Completion, WhatCouldPlayWithTheTerminalIsNotOffered) {

@@ -268,6 +268,8 @@ TEST_F(TrunkCommands, ListShowsTheFieldsThatAreAskedFor) {
     ExpectAnswer({"list", "--fields", "user,name"},
                  "USER  NAME\n1001  office\n2001  branch\n2 trunks\n");
     ExpectAnswer({"list", "--fields", "note", "--no-legend", "--type", "slave"}, "-\n");
+    ExpectAnswer({"list", "--fields", "name,name", "--json", "--type", "slave"},
+                 "[\n  {\n    \"name\": \"branch\"\n  }\n]\n");
 }
 
 TEST_F(TrunkCommands, ATrunkThatCannotBeFoundByItsNameIsMarked) {
@@ -301,6 +303,7 @@ TEST_F(TrunkCommands, GetPrintsOneValueAsItIs) {
 
 TEST_F(TrunkCommands, DeleteTakesSeveralNamesOrNone) {
     WriteDatabase(kTwoTrunks);
+    ExpectFailure({"delete", "office", "office"}, 2, "trunk \"office\" is given twice");
     ExpectFailure({"delete", "office", "brnch"}, 3, "no trunk \"brnch\"; did you mean \"branch\"?");
     EXPECT_EQ(DatabaseText(), kTwoTrunks);
     ExpectAnswer({"delete", "office", "branch"},

@@ -1,4 +1,5 @@
 #include <nlohmann/json.hpp>
+#include <set>
 
 #include "tools/siptrunkctl/commands/commands.h"
 #include "tools/siptrunkctl/commands/password.h"
@@ -103,6 +104,12 @@ Record DeleteOne(Context& context, const std::string& name, std::string& text) {
 // All are looked for before one is deleted.
 void Delete(Context& context) {
     const std::vector<std::string>& names = context.given.words;
+    std::set<std::string> known;
+    for (const std::string& name : names) {
+        if (!known.insert(name).second) {
+            throw UsageFailure("trunk " + Quoted(name) + " is given twice");
+        }
+    }
     for (std::size_t i = 0; names.size() > 1 && i < names.size(); ++i) {
         (void)RequireTrunk(context.library, names[i]);
     }

@@ -36,13 +36,15 @@ const Field* FindField(const Record& record, const std::string& name) {
     return found == record.end() ? nullptr : &*found;
 }
 
-// Keeps only the fields that were asked for, in that order.
+// Keeps only the fields that were asked for, in that order, each once.
 void Choose(std::vector<Record>& records, const std::vector<std::string>& names) {
     for (Record& record : records) {
         Record fields;
         for (const std::string& name : names) {
-            fields.push_back(*FindField(record, name));
-            fields.back().rank = Rank::kAlways;
+            if (FindField(fields, name) == nullptr) {
+                fields.push_back(*FindField(record, name));
+                fields.back().rank = Rank::kAlways;
+            }
         }
         record = std::move(fields);
     }

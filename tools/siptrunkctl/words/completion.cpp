@@ -142,7 +142,8 @@ class Cursor {
         return values;
     }
 
-    // The commands below the one that was given, and what may be its next word.
+    // The commands below the one that was given, and what may be its next word. Of several words,
+    // none is offered twice.
     std::vector<Candidate> Words() const {
         std::size_t given = m_app.remaining().size();
         const CLI::Option* next = nullptr;
@@ -151,12 +152,14 @@ class Cursor {
             const bool takesMore = option->count() == 0 || option->get_expected_max() > 1;
             next = next == nullptr && option->get_positional() && takesMore ? option : next;
         }
-        std::vector<Candidate> words;
-        if (given == 0) {
-            words = CommandsOf(*ChosenOf(m_app));
+        std::vector<Candidate> words =
+            given == 0 ? CommandsOf(*ChosenOf(m_app)) : std::vector<Candidate>();
+        for (const Candidate& word : Values(next)) {
+            const std::vector<std::string>& before = next->results();
+            if (std::find(before.begin(), before.end(), word.text) == before.end()) {
+                words.push_back(word);
+            }
         }
-        const std::vector<Candidate> more = Values(next);
-        words.insert(words.end(), more.begin(), more.end());
         return words;
     }
 
