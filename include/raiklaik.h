@@ -33,8 +33,9 @@ class Semaphore;
 
 /// The scope of the records that cross the library's interface.
 ///
-/// A field bears the name of the database key that it mirrors and holds the key's text as stored; a
-/// bool mirrors a key stored as "1" or "0". Records are plain values: they own their strings.
+/// A field bears the name of the database key that it mirrors, unless its comment says otherwise,
+/// and holds the key's text as stored; a bool mirrors a key stored as "1" or "0". Records are plain
+/// values: they own their strings.
 class CSIPTrunkBase {
   public:
     /// One trunk definition.
@@ -147,7 +148,7 @@ class __attribute__((visibility("default"))) CSIPTrunkLogger {
 /// The trunk configuration of the device: every query and every change is one member function.
 ///
 /// Each operation blocks until it holds the lock that all processes of the device share, loads the
-/// file afresh, works, saves the whole file if it is one that changes it, and releases the lock. So
+/// file afresh, works, saves the whole file if the operation changes it, and releases the lock. So
 /// each is atomic for all others, in any thread and process, and it makes no difference whether a
 /// program has one object or several. Nothing holds the lock between two operations.
 ///
@@ -166,7 +167,7 @@ class __attribute__((visibility("default"))) CSIPTrunkLogger {
 ///   matches counts. An absent key reads as the empty text. At most 1023 bytes of a value are
 ///   read, so a longer name is stored whole but not found. Texts are stored up to their first NUL;
 ///   one with a line feed is refused as a failure.
-/// - Out-arguments are written even when the operation fails later. `wasRegistered` and the agents'
+/// - Out-arguments may have been written when an operation fails. `wasRegistered` and the agents'
 ///   switches are only ever set to true. Records, lists and strings belong to the caller and must
 ///   not be shared with another thread during the call.
 /// - Kinds: a trunk with "trunk_type" "1" is a trunk to a master; every other one is for a slave.
@@ -188,9 +189,9 @@ class __attribute__((visibility("default"))) CSIPTrunkConfig {
 
     /// Reads one trunk whole.
     /// @param trunkName the trunk's name
-    /// @param record receives the trunk; of `sym_nat` and `registration_status` only the one of the
-    /// trunk's kind, true when the stored text begins with "1", else false. Untouched when no trunk
-    /// has the name; after a failure some fields may be set
+    /// @param record receives the trunk; `sym_nat` or `registration_status`, whichever the trunk's
+    /// kind has, is true when the stored text begins with "1", else false, and the other one stays.
+    /// Untouched when no trunk has the name; after a failure some fields may be set
     /// @return true when the trunk was found and read; false when there is none, or on failure.
     bool GetSIPTrunkParams(const std::string& trunkName, CSIPTrunkBase::STParamsRecord& record);
 
@@ -205,6 +206,7 @@ class __attribute__((visibility("default"))) CSIPTrunkConfig {
 
     /// Lists the trunks that show a registration, in file order: those to a master with a
     /// "registration_date" key, and those for a slave with a "slave_ip" key, even an empty one.
+    /// Sections without a name or a type are left out.
     /// @param trunks each trunk is appended: name, address and port, for a slave's also `sym_nat`;
     /// all else empty
     /// @return false on failure only; what was appended before it stays.
@@ -359,8 +361,8 @@ class __attribute__((visibility("default"))) CSIPTrunkConfig {
     /// @return true when both switches are there, or the file has no section; else false.
     bool GetSIPTrunkAgentStates(CSIPTrunkBase::STAgentStates& states);
 
-    /// Stores the agents' switches. A missing file is created; when the first section lacks a
-    /// switch, a new one with both is put before it. Logs a progress line.
+    /// Stores the agents' switches. A missing file is created; when there is no first section with
+    /// both switches, a section with both is put first. Logs a progress line.
     /// @param states the switches
     /// @return true when the change is on the disk, false on failure.
     bool SetSIPTrunkAgentStates(const CSIPTrunkBase::STAgentStates& states);

@@ -27,7 +27,6 @@ bool ReadAccessList(int file, std::string& list) {
         list.assign(usual, static_cast<std::size_t>(size));
         return true;
     }
-    list.clear();
     if (errno != ERANGE) {
         return HasNoList();
     }

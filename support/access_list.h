@@ -9,8 +9,8 @@
 
 namespace support {
 
-/// Reads the access list of an open file; the empty text when it has none. Returns false with errno
-/// set when that cannot be told.
+/// Reads the access list of an open file into `list`, which stays empty when the file has none.
+/// Returns false with errno set when that cannot be told.
 bool ReadAccessList(int file, std::string& list);
 
 /// Gives an open file an access list; the empty text takes away any that it has, which may have

@@ -11,8 +11,8 @@ namespace {
 
 constexpr int kMostChanges = 8;
 
-// Returns false, with the old file in place, when somebody changed its owner, mode or access list
-// in between.
+// Returns false, with the old file in place, when somebody changed its owner, mode, access list
+// or text in between.
 bool TryToReplace(TargetFile& target, FileIdentity& loaded, const TextPieces& pieces) {
     TemporaryFile temporary(target);
     temporary.Write(pieces);

@@ -105,7 +105,7 @@ void LogStream::ForgetTextOfParent() {
     }
 }
 
-// Returns the file's size then, -1 where that cannot be told.
+// Returns the file's size afterwards, -1 where that cannot be told.
 long long LogStream::StartAnewWhenFull() {
     const long long size = SizeOf(m_file);
     const auto added = static_cast<long long>(m_pending.size());
@@ -130,17 +130,17 @@ void LogStream::WritePending(long long size) {
     const std::string_view pending = m_pending;
     std::size_t written = 0;
     std::size_t count = 0;
-    const auto isLast = [&] {
+    const auto endsWithOurs = [&] {
         return size >= 0 && SizeOf(m_file) == size + static_cast<long long>(written);
     };
     do {
         count = Write(m_file, pending.substr(written));
         written += count;
-    } while (count > 0 && written < pending.size() && isLast());
+    } while (count > 0 && written < pending.size() && endsWithOurs());
     const std::size_t whole =
         written == pending.size() ? written : pending.substr(0, written).rfind('\n') + 1;
     const auto kept = static_cast<off_t>(size + static_cast<long long>(whole));
-    m_isTorn = written > whole && !(isLast() && ftruncate(m_file, kept) == 0);
+    m_isTorn = written > whole && !(endsWithOurs() && ftruncate(m_file, kept) == 0);
     m_pending.erase(0, whole);
 }
 

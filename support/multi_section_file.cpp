@@ -30,7 +30,7 @@ bool MultiSectionFile::GotoNextSection() {
     m_hasCurrent = m_section + 1 < m_stretches.size();
     if (m_hasCurrent) {
         ++m_section;
-        m_isChanged = false;
+        m_changedIsCurrent = false;
         m_entries.Take(Stretch());
     }
     return m_hasCurrent;
@@ -68,7 +68,7 @@ unsigned int MultiSectionFile::ReadEntry(std::string_view key, char* buffer,
 void MultiSectionFile::HoldChanged(std::string text) {
     text.append(kLineFeedsAfterText, '\n');
     if (!m_changed.empty()) {
-        // Longer than any string that moves its bytes with it: the views of them stay good.
+        // Too long for a small string, so its bytes stay where they are when it is moved.
         m_olderChanged.push_back(std::move(m_changed));
     }
     m_changed = std::move(text);
@@ -77,11 +77,11 @@ void MultiSectionFile::HoldChanged(std::string text) {
 // Replaces `size` bytes at `place` in the stretch of m_section.
 void MultiSectionFile::Replace(std::size_t place, std::size_t size, std::string_view text) {
     std::string_view& stretch = m_stretches[m_section];
-    if (!m_isChanged) {
+    if (!m_changedIsCurrent) {
         std::string copy;
         copy.reserve(2 * stretch.size() + kLineFeedsAfterText);  // values and entries to come fit
         HoldChanged(std::move(copy.append(stretch)));
-        m_isChanged = true;
+        m_changedIsCurrent = true;
     }
     m_changed.replace(place, size, text);
     stretch = Changed();
@@ -111,7 +111,7 @@ std::size_t MultiSectionFile::CloserLine() const {
     const std::string_view stretch = Stretch();
     std::size_t line = stretch.size();
     do {
-        line = stretch.rfind('\n', line - 2) + 1;  // - 1 is the line feed of the line before
+        line = stretch.rfind('\n', line - 2) + 1;  // line - 1 ends the line that is looked for
     } while (m_grammar.KindOf(support::LineAt(&stretch[line])) != support::LineKind::kCloser);
     return line;
 }
@@ -149,7 +149,7 @@ void MultiSectionFile::DeleteSection() {
     const std::string_view stretch = Stretch();
     const std::size_t closerEnd = stretch.find('\n', CloserLine());
     m_hasCurrent = false;
-    m_isChanged = false;
+    m_changedIsCurrent = false;
     --m_section;
     if (closerEnd < stretch.size() - 1) {  // the lines after the section go to the stretch before
         Replace(Stretch().size(), 0, stretch.substr(closerEnd + 1));
@@ -160,16 +160,16 @@ void MultiSectionFile::DeleteSection() {
 void MultiSectionFile::AddSection(bool first) {
     CheckWritable("change");
     m_hasCurrent = false;
-    m_isChanged = false;
+    m_changedIsCurrent = false;
     HoldChanged(std::string(m_grammar.OpenerLine()).append({m_grammar.Closer(), '\n'}));
     m_section = first ? 1 : m_stretches.size();
     m_stretches.insert(m_stretches.begin() + static_cast<std::ptrdiff_t>(m_section), Changed());
     std::string_view& before = m_stretches[m_section - 1];
     if (!before.empty() && before.back() != '\n') {
-        before = {before.data(), before.size() + 1};  // with one of those after the text
+        before = {before.data(), before.size() + 1};  // with one of the line feeds after it
     }
     m_hasCurrent = true;
-    m_isChanged = true;
+    m_changedIsCurrent = true;
     m_entries.Take(Stretch());
 }
 

@@ -31,8 +31,7 @@ class MultiSectionFile {
     /// @param readOnly true refuses changes
     /// @param keyword the word that opens a section
     /// @param opener,closer,separator,commentMark the marks of the grammar, one character each,
-    /// ASCII, no blank, and not in the keyword; a line end after it is part of the notation and
-    /// not looked at
+    /// ASCII, no blank, and not in the keyword; a line end after one is not looked at
     ///
     /// The two other arguments are not used.
     ///
@@ -83,7 +82,8 @@ class MultiSectionFile {
 
     /// Writes the whole file back to the path it was loaded from; on return it is on the disk
     /// (ReplaceFile in support/durable_file.h). Neither argument is used. Throws std::system_error,
-    /// and std::runtime_error when the file was replaced since it was loaded.
+    /// std::runtime_error when the file was replaced since it was loaded, and std::logic_error when
+    /// it was opened read-only.
     void Save(bool, const char*);
 
   private:
@@ -110,11 +110,11 @@ class MultiSectionFile {
     support::SectionGrammar m_grammar;
     support::FileText m_text;  // as loaded
     // The text as it stands, cut before each section (support::FindSections). A stretch is a view
-    // of m_text or of one of these strings, each of which ends in kLineFeedsAfterText line feeds.
+    // of m_text, m_changed, or one of m_olderChanged; kLineFeedsAfterText line feeds end each.
     std::vector<std::string_view> m_stretches;
     std::vector<std::string> m_olderChanged;
-    std::string m_changed;     // of the stretch that was changed last
-    bool m_isChanged = false;  // whether this is m_section's
+    std::string m_changed;            // of the stretch that was changed last
+    bool m_changedIsCurrent = false;  // whether it is that of m_section
 
     std::size_t m_section = 0;  // the stretch where the walk stands; 0 is before all sections
     bool m_hasCurrent = false;  // whether its section is current

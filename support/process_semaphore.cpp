@@ -93,14 +93,14 @@ void Semaphore::Lock(bool) {
 
 void Semaphore::Unlock() noexcept {
     // When somebody removes the set while it is held (ipcrm), another thread may take a new set by
-    // this handle at any moment. It writes itself first and its set second, so a thread that reads
-    // in the other order and still finds itself has read its own set, never the new one.
+    // this handle at any moment. Lock writes m_holder, then m_heldSet: a thread that reads them in
+    // the other order and finds itself has read its own set, never the new one.
     const int set = m_heldSet;
     pid_t thread = CallingThread();
     if (m_holder != thread) {
         return;
     }
-    struct sembuf release = {0, -1, SEM_UNDO | IPC_NOWAIT};  // takes the undo of Lock back as well
+    struct sembuf release = {0, -1, SEM_UNDO | IPC_NOWAIT};  // cancels the undo of Lock
     (void)support::RetryInterrupted([&] { return semop(set, &release, 1); });
     // Forgotten after the release, so that a signal handler in between does not wait for this
     // thread. By now the next holder may be another thread on this same handle: it is not

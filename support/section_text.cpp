@@ -11,7 +11,7 @@ namespace support {
 namespace {
 
 // Hardly any trunk's section is shorter, so the list of stretches need not grow.
-constexpr std::size_t kUsualSize = 196;
+constexpr std::size_t kSmallSection = 196;
 
 [[noreturn]] void ThrowMalformed(const std::string& path, std::string_view text, const char* line,
                                  const char* reason) {
@@ -31,12 +31,12 @@ const char* SkipWrittenLines(const char* line, const SectionGrammar& grammar,
         const char* const keyEnd = grammar.WrittenKeyEnd(line);
         if (keyEnd != nullptr) {
             const char* const lineEnd = LineEnd(keyEnd + 1);
-            if (*lineEnd == '\0') {
+            if (*lineEnd == '\0') {  // FindSections names it
                 return line;
             }
             line = lineEnd + 1;
         } else if (grammar.IsSeam(line, textEnd)) {
-            Cut(stretches, line + SectionGrammar::kCloserLine);
+            Cut(stretches, line + SectionGrammar::kCloserLineSize);
             line += grammar.Seam().size();
         } else {
             return line;
@@ -54,7 +54,7 @@ const char* FaultOf(LineKind kind, bool inSection) {
         {"end of a section outside one", nullptr},                             // kCloser
         {"entry outside a section", nullptr},                                  // kEntry
         {"entry outside a section", "entry without a key"},                    // kEntryWithoutKey
-        {"line ends in a carriage return", "line ends in a carriage return"},  // kReturn
+        {"line ends in a carriage return", "line ends in a carriage return"},  // kCarriageReturn
         {"text outside a section", "entry without \"=\""},                     // kOther
     };
     return kFaults[static_cast<std::size_t>(kind)][inSection ? 1 : 0];
@@ -93,7 +93,7 @@ LineKind SectionGrammar::KindOf(std::string_view line) const {
     if (trimmed.find(m_separator) != std::string_view::npos) {
         return LineKind::kEntry;
     }
-    return trimmed.back() == '\r' ? LineKind::kReturn : LineKind::kOther;
+    return trimmed.back() == '\r' ? LineKind::kCarriageReturn : LineKind::kOther;
 }
 
 const char* SectionGrammar::NextOtherEntry(const char* line, const char* end, Entry& entry) const {
@@ -134,7 +134,7 @@ Stretches FindSections(const std::string& path, std::string_view text,
                        const SectionGrammar& grammar) {
     const char* const textEnd = text.data() + text.size();
     Stretches stretches;
-    stretches.reserve(text.size() / kUsualSize + 8);
+    stretches.reserve(text.size() / kSmallSection + 8);
     stretches.push_back(text);
     bool inSection = false;
     for (const char* line = text.data();;) {

@@ -12,7 +12,8 @@
 //
 // Most lines are written by programs: "key=value" with letters in the key, and between the entries
 // of two sections a seam, the lines "}" and "section {". These are recognized quickly; any other
-// line is looked at more closely.
+// line is looked at more closely. A stretch is a section with the lines after it, up to the next
+// section.
 
 namespace support {
 
@@ -23,7 +24,7 @@ enum class LineKind {
     kCloser,
     kEntry,
     kEntryWithoutKey,
-    kReturn,
+    kCarriageReturn,
     kOther
 };
 
@@ -46,7 +47,7 @@ inline std::string_view LineAt(const char* begin) { return Between(begin, LineEn
 /// The keyword and the marks, and what lines look like with them. An object never changes.
 class SectionGrammar {
   public:
-    static constexpr std::size_t kCloserLine = 2;  ///< the size of the seam's first line
+    static constexpr std::size_t kCloserLineSize = 2;  ///< the size of the seam's first line
 
     /// @param keyword the word that opens a section
     /// @param opener,closer,separator,commentMark the marks, one character each; what follows it in
@@ -58,7 +59,7 @@ class SectionGrammar {
     LineKind KindOf(std::string_view line) const;
 
     /// Returns where the key ends, at the separator, if `line` is an entry as programs write it.
-    /// Null for any other line of a section. A line feed stands before `line`.
+    /// Null for any other line of a section. A line feed must stand before `line`.
     const char* WrittenKeyEnd(const char* line) const {
         const char* const end = m_keyLimit.First(line);
         return *end == m_separator && end[-1] != '\n' ? end : nullptr;  // not without a key
@@ -87,7 +88,7 @@ class SectionGrammar {
     /// The seam's second line, which opens a section.
     std::string_view OpenerLine() const {
         std::string_view line = m_seam;
-        line.remove_prefix(kCloserLine);
+        line.remove_prefix(kCloserLineSize);
         return line;
     }
     char Closer() const { return m_closer; }
@@ -98,7 +99,7 @@ class SectionGrammar {
     const char* NextOtherEntry(const char* line, const char* end, Entry& entry) const;
     bool IsOpener(std::string_view trimmedLine) const;
 
-    // Finds blanks, the separator and the comment mark; with "=" also digits and "-".
+    // Finds blanks, the separator and the comment mark; with "=" all up to it, also digits and "-".
     ByteLimit m_keyLimit;
     char m_opener;
     char m_closer;

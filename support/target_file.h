@@ -28,8 +28,8 @@ class TargetFile {
     const FileStatus& Old() const { return m_old; }
     std::string OldAccessList() const;
 
-    /// Looks at the file once more. Returns whether its owner, mode or access list may have changed
-    /// since the last look; throws when another file stands there.
+    /// Looks at the file once more. Returns whether its owner, mode, access list or text may have
+    /// changed since the last look; throws when another file stands there.
     bool HasChanged();
 
     void SyncFolder() const;

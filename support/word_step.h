@@ -9,7 +9,8 @@
 #endif
 
 // Texts are read one machine word at a time. All that differs between processors stands here.
-// Big-endian processors, and those that load words from aligned addresses only, go byte by byte.
+// Those that are not named go byte by byte, as those must that are big-endian or load words from
+// aligned addresses only.
 
 #if !defined(RAIKLAIK_WORD_BITS)  // tests set it, to see every kind of step
 #if defined(__x86_64__) || (defined(__aarch64__) && defined(__AARCH64EL__))
@@ -57,12 +58,12 @@ class ByteLimit {
     }
 
   private:
-    static constexpr Word kOnes = static_cast<Word>(~Word{0}) / 255;  // 1 in each byte
+    static constexpr Word kOnes = static_cast<Word>(~Word{0}) / 255;  // 0x01...01
 
     // The lowest bit that is set is in the first byte at or below the limit; 0 without such a byte.
     Word Hits(Word word) const {
 #if defined(__ARM_FEATURE_SIMD32) && RAIKLAIK_WORD_BITS == 32
-        return __uqsub8(m_above, word);
+        return __uqsub8(m_above, word);  // 0 for each byte above the limit
 #else
         // The subtraction sets the top bit of each byte below m_above's, unless it was set before.
         // It may set those of later bytes too, by borrowing from them; only the first one counts.

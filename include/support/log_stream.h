@@ -12,7 +12,7 @@
 /// by one thread at a time; any number of processes may log to one file. A thread that is canceled
 /// during a call goes on until the call returns.
 class LogStream {
-    // Converts from a number, so that a call with a number prefers the TRACE above.
+    // Converts from a number, so that a call with a number prefers the TRACE with a list.
     struct Number {
         Number(int number);  // NOLINT(google-explicit-constructor)
     };

@@ -10,7 +10,8 @@
 #include "support/smart_buffer.h"
 
 // The frame that every operation on the device's files runs in. Its promises:
-// 1. The work runs under the lock of the device, and what it makes is gone before the lock goes.
+// 1. The work runs under the lock of the device, and what it makes is gone before the lock goes;
+//    but CheckTrunk keeps its copy until the lock is free.
 // 2. The lock is free again on every way out: result, failure, or an exception of another family.
 // 3. A std::exception, also one from the lock or the buffer, becomes the operation's failure value
 //    and one ERROR line, which is written without the lock.

@@ -7,7 +7,7 @@
 
 namespace raiklaik {
 
-/// The marks of the trunk database; a line end after one belongs to its notation.
+/// The marks of the trunk database; a line end after one is not looked at.
 namespace syntax {
 
 constexpr const char* kSection = "section";
