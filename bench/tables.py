@@ -81,7 +81,7 @@ def print_memory(folder):
     per_record = (listed[10000] - listed[10]) / (5000 - 5)
     print(f"\nFrom the heap a find allocates {heap['find', 1000][0]} times, a store "
           f"{heap['store', 1000][0]} times, a list {listed[10] - 5 * per_record:.0f} times and "
-          f"{per_record:.0f} for each record. With 1000 trunks a find takes "
+          f"{per_record:.0f} more for each record. With 1000 trunks a find takes "
           f"{heap['find', 1000][1] / 1024:.1f} KiB beside the file's text, a store "
           f"{heap['store', 1000][1] / 1024:.1f} KiB (32-bit ARM). The stripped library has "
           f"{arm:.0f} KiB on 32-bit ARM, {x86_64:.0f} KiB on x86-64.")
