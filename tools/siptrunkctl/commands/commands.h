@@ -96,7 +96,6 @@ class Command {
 // Each function registers the commands of one subject.
 
 void AddTrunkQueries(const Command& root);
-void AddCheck(const Command& root);
 void AddTrunkChanges(const Command& root);
 void AddMasterLink(const Command& root);
 void AddSlaveRegistrations(const Command& root);
@@ -105,11 +104,6 @@ void AddDatabase(const Command& root);
 void AddImport(const Command& root);
 void AddEdit(const Command& root);
 void AddWatch(const Command& root);
-
-/// Throws a Failure, which tells who has it, when another trunk has the name or the user.
-/// @param edited the trunk that is to be changed, which is not compared; empty for a new one
-void RequireFree(Library& library, const std::string& edited, const std::string& name,
-                 const std::string& user);
 
 struct Change;
 

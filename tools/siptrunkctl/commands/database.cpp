@@ -47,11 +47,13 @@ void ConfirmChanges(Context& context, const std::vector<Change>& changes, bool i
                     const std::string& text, const Record& record) {
     const bool secrets = context.outputOptions.showSecrets;
     std::string lines;
+    std::vector<Record> records;
     for (const Change& change : changes) {
         lines += isTold ? ChangeText(change, secrets) + "\n" : "";
+        records.push_back(ChangeRecord(change));
     }
     Json json = ToJson(record, secrets);
-    json["changes"] = ToJson(changes, secrets);
+    json["changes"] = ToJson(records, secrets);
     context.output.Confirm(lines + text, json);
 }
 

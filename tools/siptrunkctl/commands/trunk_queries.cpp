@@ -7,6 +7,7 @@
 
 #include "src/foundation/key_table.h"
 #include "tools/siptrunkctl/commands/commands.h"
+#include "tools/siptrunkctl/commands/trunk_values.h"
 #include "tools/siptrunkctl/device/trunks.h"
 #include "tools/siptrunkctl/file/trunk_rows.h"
 #include "tools/siptrunkctl/view/clock.h"
@@ -148,6 +149,28 @@ void Get(Context& context) {
     context.output.PrintText(text + "\n");
 }
 
+void Check(Context& context) {
+    const Arguments& given = context.given;
+    CheckValue("NAME", given.name);
+    if (!given.edited.empty()) {
+        (void)RequireTrunk(context.library, given.edited);
+    }
+    const bool hasUser = !given.user.empty();
+    const auto clash = FindClash(context.library, given.edited, given.name, given.user);
+    if (clash && !context.outputOptions.json) {
+        throw clash->ToFailure();
+    }
+    context.output.Confirm(
+        "name " + Quoted(given.name) +
+            (hasUser ? " and user " + Quoted(given.user) + " are free" : " is free"),
+        Record{{"name", given.name},
+               {"user", TextIf(hasUser, given.user)},
+               {"free", State{!clash}},
+               {"taken", clash ? Value(clash->isName ? "name" : "user") : Value()},
+               {"by", clash && clash->holder ? Value(clash->holder->trunk_name) : Value()}});
+    context.result = clash ? ExitCode::kTaken : ExitCode::kDone;
+}
+
 void AddList(const Command& root) {
     std::vector<Candidate> fields;
     for (const Field& field : RecordOf({})) {
@@ -187,5 +210,14 @@ void AddTrunkQueries(const Command& root) {
                      {"sym_nat", "symmetric NAT"},
                      {"since", "time of the registration"},
                      {"since_iso", "the same in ISO 8601"}}));
-    AddCheck(root);
+    Arguments& given = root.Given();
+    root.Add("check", kGroup, "tell whether a name (and a user) is free",
+             "Exit code 0 when free, 4 when somebody has it.\n\nExamples:\n"
+             "  siptrunkctl check office --user 1001\n"
+             "  siptrunkctl check headquarters --user 1001 --edit office",
+             Check)
+        .Word("NAME", given.name, "the name that must be free")
+        .Value("--user", given.user, "USER", "a user name that must be free too")
+        .Value("--edit", given.edited, "TRUNK", "the trunk that is to be changed, not compared",
+               TrunkNames());
 }

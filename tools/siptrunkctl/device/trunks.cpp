@@ -12,11 +12,19 @@ using namespace raiklaik;
 
 namespace {
 
+constexpr int kNameTaken = 1;
+constexpr int kUserTaken = 2;
+constexpr const char* kAdding = "op_add";
+
 const Trunk* FindTrunk(const std::vector<Trunk>& trunks, const std::string Trunk::*field,
                        const std::string& text) {
     const auto found = std::find_if(trunks.begin(), trunks.end(),
                                     [&](const Trunk& trunk) { return trunk.*field == text; });
     return found == trunks.end() ? nullptr : &*found;
+}
+
+std::string KindOf(const Trunk& trunk) {
+    return IsToMaster(trunk) ? "a trunk to a master" : "a trunk for a slave";
 }
 
 // Says "; did you mean" one of the fields of the trunks.
@@ -42,10 +50,6 @@ std::string NearTo(const std::string& text, const std::vector<Trunk>& trunks,
 }  // namespace
 
 bool IsToMaster(const Trunk& trunk) { return trunk.trunk_type == type::kToMaster; }
-
-std::string KindOf(const Trunk& trunk) {
-    return IsToMaster(trunk) ? "a trunk to a master" : "a trunk for a slave";
-}
 
 std::vector<Trunk> ReadTrunks(Library& library) {
     std::vector<Trunk> trunks;
@@ -104,4 +108,42 @@ Trunk RequireTrunkOfSlave(Library& library, const std::string& user) {
         hint = NearTo(user, trunks, &Trunk::user_name);
     }
     throw Failure(ExitCode::kNoSuchTrunk, "no slave " + Quoted(user) + hint);
+}
+
+Failure Clash::ToFailure() const {
+    std::string by;
+    if (holder) {
+        by = " by " + KindOf(*holder) +
+             (isName ? ", user " + Quoted(holder->user_name) : ", " + Quoted(holder->trunk_name));
+    }
+    return {ExitCode::kTaken, (isName ? "name " : "user ") + Quoted(text) + " is taken" + by};
+}
+
+std::optional<Clash> FindClash(Library& library, const std::string& edited, const std::string& name,
+                               const std::string& user) {
+    int taken = 0;
+    if (!user.empty()) {
+        taken = library.Checked(library.Config().CheckTrunk(
+            edited, name, user, edited.empty() ? kAdding : word::kEdit));
+    } else if (Trunk trunk; name != edited) {
+        taken = library.Checked(library.Config().GetSIPTrunkParams(name, trunk)) ? kNameTaken : 0;
+    }
+    if (taken != kNameTaken && taken != kUserTaken) {
+        return std::nullopt;
+    }
+    Clash clash{taken == kNameTaken, taken == kNameTaken ? name : user, std::nullopt};
+    for (const Trunk& trunk : ReadTrunks(library)) {
+        const bool holds = (clash.isName ? trunk.trunk_name : trunk.user_name) == clash.text;
+        if (holds && !clash.holder && (edited.empty() || trunk.trunk_name != edited)) {
+            clash.holder = trunk;
+        }
+    }
+    return clash;
+}
+
+void RequireFree(Library& library, const std::string& edited, const std::string& name,
+                 const std::string& user) {
+    if (const std::optional<Clash> clash = FindClash(library, edited, name, user)) {
+        throw clash->ToFailure();
+    }
 }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <nlohmann/json.hpp>
 #include <string_view>
 #include <unordered_map>
 
@@ -121,12 +120,4 @@ Record ChangeRecord(const Change& change) {
         record.push_back({"new", value(change.after)});
     }
     return record;
-}
-
-Json ToJson(const std::vector<Change>& changes, bool secrets) {
-    Json list = Json::array();
-    for (const Change& change : changes) {
-        list.push_back(ToJson(ChangeRecord(change), secrets));
-    }
-    return list;
 }

@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "tools/siptrunkctl/file/database.h"
-#include "tools/siptrunkctl/view/json.h"
 #include "tools/siptrunkctl/view/value.h"
 
 /// One difference between two states of the database.
@@ -27,6 +26,3 @@ std::string ChangeText(const Change& change, bool secrets);
 
 /// Returns a change for JSON.
 Record ChangeRecord(const Change& change);
-
-/// Returns changes as a JSON list.
-Json ToJson(const std::vector<Change>& changes, bool secrets);

@@ -1,6 +1,6 @@
 #include "tools/siptrunkctl/file/database.h"
 
-#include <sys/stat.h>
+#include <filesystem>
 
 #include "src/foundation/database_syntax.h"
 #include "src/foundation/key_table.h"
@@ -113,9 +113,8 @@ Database ScanDatabase(std::string_view text) {
 }
 
 std::string ReadDatabaseText(const std::string& path) {
-    struct stat status {};
-    if (stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
-        static_cast<std::uintmax_t>(status.st_size) > kLargestFile) {
+    std::error_code noFile;  // which reading tells better
+    if (std::filesystem::file_size(path, noFile) > kLargestFile && !noFile) {
         throw Failure(path + ": it has more than " + std::to_string(kLargestFile) + " bytes");
     }
     return std::string(support::ReadWholeFile(path.c_str(), false).View());

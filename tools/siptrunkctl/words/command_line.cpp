@@ -160,9 +160,9 @@ void AddCommands(CLI::App& app, const Command& root, Context& context) {
     AddEdit(root);
     AddWatch(root);
     root.Add("help", kGroup, "show help, of all or of one command",
-             "Example:\n  siptrunkctl help slave register", nullptr)
+             "Example:\n  siptrunkctl help slave register",
+             [&app](Context& run) { PrintHelp(NamedCommand(&app, run), run); })
         .Words("COMMAND", "the command", [&] { return CommandsOf(*NamedCommand(&app, context)); });
-    app.get_subcommand("help")->callback([&] { PrintHelp(NamedCommand(&app, context), context); });
     root.Add("version", kGroup, "show the version", "Example:\n  siptrunkctl version",
              PrintVersion);
 }
