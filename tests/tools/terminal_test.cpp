@@ -111,6 +111,23 @@ TEST_F(Terminal, APasswordThatIsNotGivenChangesNothing) {
     EXPECT_EQ(DatabaseText(), "");
 }
 
+TEST_F(Terminal, AKeyThatInterruptsKeepsAnEditedText) {
+    WriteDatabase(kTwoTrunks);
+    (void)unsetenv("VISUAL");
+    (void)setenv("EDITOR", "sed -i s/^master_port=5060/oops/", 1);
+    (void)setenv("TMPDIR", Folder().c_str(), 1);
+    for (const char* key : {"\x03", "\x1a", "\x1c"}) {
+        const auto [shown, code] = RunThere({"edit"}, 200, {{"iscard it? ", key}});
+        EXPECT_EQ(code, 5);
+        EXPECT_NE(shown.find("your text is kept in " + Folder() + "/siptrunkctl."),
+                  std::string::npos)
+            << shown;
+    }
+    (void)unsetenv("TMPDIR");
+    (void)unsetenv("EDITOR");
+    EXPECT_EQ(DatabaseText(), kTwoTrunks);
+}
+
 // A text whose characters have two bytes each.
 std::string Wide(int characters) {
     std::string text;

@@ -1,11 +1,11 @@
-#include <unistd.h>
-
+#include <optional>
 #include <set>
 
 #include "tools/siptrunkctl/commands/commands.h"
 #include "tools/siptrunkctl/file/check.h"
 #include "tools/siptrunkctl/file/compare.h"
 #include "tools/siptrunkctl/file/database.h"
+#include "tools/siptrunkctl/file/input.h"
 #include "tools/siptrunkctl/file/private_copy.h"
 
 using namespace raiklaik;
@@ -15,20 +15,17 @@ namespace {
 // Asks what to do with a text that has problems. Without an answer, nothing is lost and nothing
 // stored.
 char Ask(bool mayStore) {
+    const Person person;
     while (true) {
         WriteError(std::string("(e)dit again, ") + (mayStore ? "(s)tore all the same, " : "") +
                    "(q)uit and keep the text, (d)iscard it? ");
-        std::string answer;
-        char byte = '\0';
-        while (read(STDIN_FILENO, &byte, 1) == 1 && byte != '\n') {
-            answer += byte;
-        }
-        if (byte != '\n') {
+        const std::optional<std::string> answer = person.ReadLine();
+        if (!answer) {
             WriteError("\n");  // the line end that the missing answer would have had
             return 'q';
         }
         if (answer == "e" || answer == "q" || answer == "d" || (answer == "s" && mayStore)) {
-            return answer.front();
+            return answer->front();
         }
     }
 }

@@ -1,13 +1,8 @@
 #include "tools/siptrunkctl/commands/password.h"
 
-#include <poll.h>
-#include <sys/signalfd.h>
 #include <termios.h>
 #include <unistd.h>
 
-#include <csignal>
-
-#include "support/file_descriptor.h"
 #include "tools/siptrunkctl/commands/trunk_values.h"
 #include "tools/siptrunkctl/file/check.h"
 #include "tools/siptrunkctl/file/input.h"
@@ -16,47 +11,24 @@ namespace {
 
 constexpr std::size_t kLongestInput = 4 * kLongestValue;  // enough to tell that it is too long
 
-// Holds back the signals that end or stop a process; they can be read from the descriptor.
-int HoldSignals(sigset_t& before) {
-    sigset_t signals;
-    (void)sigemptyset(&signals);
-    for (const int signal : {SIGINT, SIGQUIT, SIGTSTP, SIGTERM, SIGHUP}) {
-        (void)sigaddset(&signals, signal);
-    }
-    (void)sigprocmask(SIG_BLOCK, &signals, &before);
-    return signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
-}
-
 /// Keeps the terminal from showing what is typed, also when a signal ends the question.
 class SilentTerminal {
   public:
-    SilentTerminal() : m_arrived(HoldSignals(m_signals)) {
+    SilentTerminal() {
         (void)tcgetattr(STDIN_FILENO, &m_before);
         struct termios silent = m_before;
         silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
         silent.c_lflag |= NOFLSH;  // a key that interrupts would take the message with it
         (void)tcsetattr(STDIN_FILENO, TCSAFLUSH, &silent);
     }
-    ~SilentTerminal() {
-        (void)tcsetattr(STDIN_FILENO, TCSAFLUSH, &m_before);
-        struct signalfd_siginfo taken {};  // one that stays would end the tool before its message
-        while (read(m_arrived.Number(), &taken, sizeof taken) > 0) {
-        }
-        (void)sigprocmask(SIG_SETMASK, &m_signals, nullptr);
-    }
+    ~SilentTerminal() { (void)tcsetattr(STDIN_FILENO, TCSAFLUSH, &m_before); }
     SilentTerminal(const SilentTerminal&) = delete;
     SilentTerminal& operator=(const SilentTerminal&) = delete;
 
-    /// Waits for a typed byte; false at the end, and when a signal came instead.
-    bool Read(char& byte) const {
-        struct pollfd either[] = {{m_arrived.Number(), POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
-        return poll(either, 2, -1) > 0 && either[0].revents == 0 &&
-               read(STDIN_FILENO, &byte, 1) == 1;
-    }
+    std::optional<std::string> ReadLine() const { return m_person.ReadLine(); }
 
   private:
-    sigset_t m_signals{};
-    support::FileDescriptor m_arrived;
+    Person m_person;
     struct termios m_before {};
 };
 
@@ -86,19 +58,12 @@ std::string ReadFromFile(const std::string& name) {
 
 std::string AskOnce(const SilentTerminal& terminal, const std::string& question) {
     WriteError(question);
-    std::string answer;
-    char byte = '\0';
-    bool isThere = terminal.Read(byte);
-    for (; isThere && byte != '\n'; isThere = terminal.Read(byte)) {
-        if (answer.size() < kLongestInput) {
-            answer += byte;
-        }
-    }
+    const std::optional<std::string> answer = terminal.ReadLine();
     WriteError("\n");
-    if (!isThere) {
+    if (!answer) {
         throw Failure("no password given; nothing was changed");
     }
-    return answer;
+    return *answer;
 }
 
 std::string Ask() {
