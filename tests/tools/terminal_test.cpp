@@ -1,10 +1,12 @@
 #include <pty.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
+#include <utmp.h>
 
 #include <array>
 #include <cstdlib>
 #include <functional>
+#include <thread>
 
 #include "tests/fixture/child_process.h"
 #include "tests/fixture/own_lock.h"
@@ -30,8 +32,12 @@ class Terminal : public ToolTest {
         words.insert(words.begin(), {SIPTRUNKCTL_PATH, "-C", Folder()});
         struct winsize size = {25, columns, 0, 0};
         int terminal = -1;
-        const pid_t process = forkpty(&terminal, nullptr, nullptr, &size);
+        int inside = -1;
+        EXPECT_EQ(openpty(&terminal, &inside, nullptr, nullptr, &size), 0);
+        const pid_t process = fork();
         if (process == 0) {
+            (void)close(terminal);
+            (void)login_tty(inside);
             std::vector<char*> arguments;
             for (const std::string& word : words) {
                 arguments.push_back(const_cast<char*>(word.c_str()));  // execv only reads
@@ -40,13 +46,22 @@ class Terminal : public ToolTest {
             (void)execv(arguments[0], arguments.data());
             _exit(127);
         }
+        // The tool's last words could be lost if nobody else had the terminal open.
+        int code = -1;
+        std::thread waiting([&] {
+            code = WaitForEnd(process);
+            (void)!write(inside, &kEnd, 1);
+        });
         const std::string shown = Talk(terminal, turns);
-        const int code = WaitForEnd(process);
+        waiting.join();
         (void)close(terminal);
+        (void)close(inside);
         return {shown, code};
     }
 
   private:
+    static constexpr char kEnd = '\0';
+
     static std::string Talk(int terminal, const std::vector<Turn>& turns) {
         std::string shown;
         std::size_t turn = 0;
@@ -55,8 +70,12 @@ class Terminal : public ToolTest {
         ssize_t count = 0;
         while ((count = read(terminal, block.data(), block.size())) > 0) {
             for (ssize_t i = 0; i < count; ++i) {
-                if (block.at(static_cast<std::size_t>(i)) != '\r') {
-                    shown += block.at(static_cast<std::size_t>(i));
+                const char byte = block.at(static_cast<std::size_t>(i));
+                if (byte == kEnd) {
+                    return shown;
+                }
+                if (byte != '\r') {
+                    shown += byte;
                 }
             }
             if (turn < turns.size() && shown.find(turns[turn].text, seen) != std::string::npos) {
