@@ -6,13 +6,7 @@ set -euo pipefail
 
 source=$1 build=$2 compiler=$3
 emulator=("${@:4}")
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-
-Fail() {
-    echo "documents_test: $*" >&2
-    exit 1
-}
+source "$(dirname "$0")/consumer/checks.sh"
 
 # Block PAGE KIND NUMBER: prints the page's block of this number among those of this kind.
 Block() {

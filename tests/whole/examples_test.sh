@@ -5,24 +5,12 @@ set -euo pipefail
 
 source=$1 build=$2 compiler=$3
 emulator=("${@:4}")
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+source "$(dirname "$0")/consumer/checks.sh"
 
-Fail() {
-    echo "examples_test: $*" >&2
-    exit 1
-}
-
-for component in runtime dev; do
-    cmake --install "$build" --prefix "$work/prefix" --component "$component" >"$work/output" ||
-        Fail "cannot install: $(cat "$work/output")"
-done
-libraries=$(dirname "$(find "$work/prefix" -name raiklaik.so)")
-export PKG_CONFIG_LIBDIR=$libraries/pkgconfig
+InstallForPrograms "$build"
 
 cd "$work"
 read -ra flags <<<"$(pkg-config --cflags --libs raiklaik)"
-strict=(-std=c++17 -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
 for agent in slave_agent master_agent; do
     "$compiler" "${strict[@]}" "$source/examples/$agent.cpp" -o "$agent" "${flags[@]}"
 done

@@ -6,13 +6,7 @@ set -euo pipefail
 
 source=$1 build=$2 compiler=$3
 emulator=("${@:4}")
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-
-Fail() {
-    echo "readme_test: $*" >&2
-    exit 1
-}
+source "$(dirname "$0")/consumer/checks.sh"
 
 # Block OPENING: prints the first block of README.md that begins with this line.
 Block() {
@@ -32,12 +26,7 @@ awk '/^```/ { inside = 0 } inside { print } /^```cpp$/ { inside = 1 }' "$source/
     >"$work/read_trunk.cpp"
 diff -u "$source/examples/read_trunk.cpp" "$work/read_trunk.cpp"
 
-for component in runtime dev; do
-    cmake --install "$build" --prefix "$work/prefix" --component "$component" >"$work/output" ||
-        Fail "cannot install: $(cat "$work/output")"
-done
-libraries=$(dirname "$(find "$work/prefix" -name raiklaik.so)")
-export PKG_CONFIG_LIBDIR=$libraries/pkgconfig
+InstallForPrograms "$build"
 
 cd "$work"
 read -ra flags <<<"$(pkg-config --cflags --libs raiklaik)"

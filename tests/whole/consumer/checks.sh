@@ -1,6 +1,6 @@
-# What every installed tree must give to programs; for tests to source. They set the arrays compiler
-# and emulator, the second empty when nothing special runs the programs. CMAKE_ARGUMENTS holds what
-# else the consumer's cmake needs.
+# A folder $work of a test's own, failures, and what every installed tree must give to programs; for
+# tests to source. They set the arrays compiler and emulator, the second empty when nothing special
+# runs the programs. CMAKE_ARGUMENTS holds what else the consumer's cmake needs.
 
 consumer=$(dirname "${BASH_SOURCE[0]}")
 strict=(-std=c++17 -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
@@ -24,6 +24,17 @@ CheckLibraries() {
     for link in raiklaik.so raiklaik.so.1; do
         [[ $(readlink -f "$1/$link") == "$1/raiklaik.so.1.0" ]] || Fail "no link $link"
     done
+}
+
+# InstallForPrograms BUILD_FOLDER: installs what programs build and run with, their libraries in the
+# folder $libraries; pkg-config finds it.
+InstallForPrograms() {
+    local component
+    for component in runtime dev; do
+        Quietly cmake --install "$1" --prefix "$work/prefix" --component "$component"
+    done
+    libraries=$(dirname "$(find "$work/prefix" -name raiklaik.so)")
+    export PKG_CONFIG_LIBDIR=$libraries/pkgconfig
 }
 
 # Builds programs with what pkg-config says, which PKG_CONFIG_LIBDIR leads: $work/by_pkg_config, and
