@@ -1,3 +1,5 @@
+#include <cstdio>
+
 #include "include/raiklaik.h"
 #include "tests/fixture/device_fixture.h"
 
@@ -56,6 +58,12 @@ TEST_F(ServiceFlagTest, OfSeveralEntriesTheLastCounts) {
     EXPECT_FALSE(Load("START_SIPTRUNK=true\nSTART_SIPTRUNK=false\n"));
 }
 
+TEST_F(ServiceFlagTest, AMissingFileDoesNotStartTheServiceAndIsReported) {
+    EXPECT_FALSE(config.LoadAgentStatus());
+    EXPECT_EQ(NewLogText(), "ERROR: " + StartFilePath() + ": open: No such file or directory \n");
+    EXPECT_EQ(EntriesOf(File("sysconfig")), std::vector<std::string>());
+}
+
 TEST_F(ServiceFlagTest, SavingChangesTheEntryAndKeepsAllOtherLines) {
     const std::string before =
         "#!/bin/sh\n"
@@ -73,6 +81,26 @@ TEST_F(ServiceFlagTest, SavingAddsAMissingEntryAtTheEnd) {
     EXPECT_EQ(Saved("", true), "START_SIPTRUNK=true\n");
     EXPECT_EQ(Saved("START_OTHER=true\n", false), "START_OTHER=true\nSTART_SIPTRUNK=false\n");
     EXPECT_EQ(Saved("START_OTHER=true", true), "START_OTHER=true\nSTART_SIPTRUNK=true\n");
+}
+
+TEST_F(ServiceFlagTest, WhatIsSavedIsLoaded) {
+    WriteStartFile("");
+    EXPECT_TRUE(config.SaveAgentStatus(true));
+    EXPECT_TRUE(config.LoadAgentStatus());
+    EXPECT_TRUE(config.SaveAgentStatus(false));
+    EXPECT_FALSE(config.LoadAgentStatus());
+}
+
+TEST_F(ServiceFlagTest, SavingToAMissingFileIsReportedAndCreatesNothing) {
+    EXPECT_FALSE(config.SaveAgentStatus(true));
+    EXPECT_EQ(NewLogText(), "ERROR: " + StartFilePath() + ": open: No such file or directory \n");
+    EXPECT_EQ(EntriesOf(File("sysconfig")), std::vector<std::string>());
+}
+
+TEST_F(ServiceFlagTest, TheDatabaseIsNotTouched) {
+    WriteStartFile("");
+    EXPECT_TRUE(config.SaveAgentStatus(true));
+    EXPECT_EQ(EntriesOf(File("telephony")), std::vector<std::string>());
 }
 
 }  // namespace

@@ -1,5 +1,8 @@
+#include <cstdio>
+
 #include "include/raiklaik.h"
 #include "tests/fixture/device_fixture.h"
+#include "tests/fixture/failing_calls.h"
 #include "tests/fixture/record_values.h"
 
 namespace {
@@ -116,6 +119,13 @@ TEST_F(SetSwitchesTest, ADatabaseWithoutSectionsGetsOneWithTheMastersSwitchFirst
     EXPECT_EQ(DatabaseText(), kMasterOn);
 }
 
+TEST_F(SetSwitchesTest, AMissingDatabaseIsCreated) {
+    EXPECT_TRUE(config.SetSIPTrunkAgentStates({kOff, kOn}));
+    EXPECT_EQ(DatabaseText(), kMasterOn);
+    EXPECT_EQ(ModeOf(DatabasePath()), 0600U);
+    EXPECT_EQ(NewLogText(), kSetLine);
+}
+
 TEST_F(SetSwitchesTest, AFirstSectionThatLacksASwitchIsKeptAfterANewOne) {
     for (const char* first :
          {"section {\nsiptrunk_master_enabled=1\n}\n", "section {\nsiptrunk_slave_enabled=1\n}\n",
@@ -135,6 +145,25 @@ TEST_F(SetSwitchesTest, SwitchesAfterTheFirstSectionAreIgnored) {
     EXPECT_EQ(DatabaseText(),
               Replaced(kMasterOn, "siptrunk_master_enabled=1", "siptrunk_master_enabled=0") +
                   kOffice + kSlaveOn);
+}
+
+TEST_F(SetSwitchesTest, WhatIsSetIsRead) {
+    for (const Switches& switches :
+         {Switches{kOff, kOff}, Switches{kOn, kOff}, Switches{kOff, kOn}, Switches{kOn, kOn}}) {
+        ASSERT_TRUE(config.SetSIPTrunkAgentStates(switches));
+        Switches read{kOff, kOff};
+        EXPECT_TRUE(config.GetSIPTrunkAgentStates(read));
+        EXPECT_EQ(read, switches);
+    }
+}
+
+TEST_F(SetSwitchesTest, AFailedSaveIsReported) {
+    WriteDatabase(kMasterOn);
+    const FailingCall failing(Call::kOpenat, EROFS);
+    EXPECT_FALSE(config.SetSIPTrunkAgentStates({kOn, kOn}));
+    EXPECT_EQ(DatabaseText(), kMasterOn);
+    EXPECT_EQ(NewLogText(), kSetLine + ("ERROR: " + DatabasePath() +
+                                        ": create temporary file: Read-only file system \n"));
 }
 
 }  // namespace

@@ -5,10 +5,13 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <new>
+#include <stdexcept>
 #include <string>
 
 #include "tests/fixture/device_fixture.h"
 #include "tests/fixture/failing_calls.h"
+#include "tests/fixture/failure_text.h"
 
 using namespace raiklaik;
 
@@ -91,6 +94,27 @@ TEST_F(AccessFrameTest, TheBufferIsMadeBeforeTheLockIsTaken) {
     EXPECT_EQ(locked.Count(), 0);
 }
 
+TEST_F(AccessFrameTest, AFailureGivesTheFailureValueAndOneLineWrittenWithoutTheLock) {
+    int written = 0;
+    const CallWatch writing(Call::kWrite, [&](int /*number*/) {
+        EXPECT_FALSE(IsLockHeldHere());
+        ++written;
+        return 0;
+    });
+    const int result = RunLocked<LocalBuffer>(
+        m_lock, &logger, 3, [](ValueBuffer) -> int { throw std::runtime_error("no luck"); });
+    EXPECT_EQ(result, 3);
+    EXPECT_EQ(written, 1);
+    EXPECT_EQ(NewLogText(), "ERROR: no luck \n");
+}
+
+TEST_F(AccessFrameTest, WithoutALoggerAFailureGivesTheSameValue) {
+    const int result = RunLocked<LocalBuffer>(m_lock, nullptr, 3,
+                                              [](ValueBuffer) -> int { throw std::bad_alloc(); });
+    EXPECT_EQ(result, 3);
+    EXPECT_FALSE(IsLockHeldHere());
+}
+
 TEST_F(AccessFrameTest, AnExceptionOfAnotherTypeLeavesTheFrameAndReleasesTheLock) {
     const auto run = [&] {
         RunLocked<SmartBuffer>(m_lock, &logger, false, [](ValueBuffer) -> bool { throw 42; });
@@ -98,6 +122,51 @@ TEST_F(AccessFrameTest, AnExceptionOfAnotherTypeLeavesTheFrameAndReleasesTheLock
     EXPECT_THROW(run(), int);
     EXPECT_FALSE(IsLockHeldHere());
     EXPECT_EQ(NewLogText(), "");
+}
+
+TEST_F(AccessFrameTest, ALockThatIsRefusedIsAFailureWithoutWorkAndWithoutRelease) {
+    const FailingCall refused(Call::kSemop, ENOMEM, 1, FailingCall::kAlways);
+    bool hasWorked = false;
+    const bool result = RunLocked<LocalBuffer>(m_lock, &logger, false, [&](ValueBuffer) {
+        hasWorked = true;
+        return true;
+    });
+    EXPECT_FALSE(result);
+    EXPECT_FALSE(hasWorked);
+    EXPECT_EQ(refused.Count(), 1);
+    EXPECT_EQ(NewLogText(), "ERROR: lock 43:/bin/ls: take: " + ErrorText(ENOMEM) + " \n");
+}
+
+// What a canceled thread has done.
+struct CanceledWork {
+    bool hasFinished = false;
+    bool wasHeld = false;
+
+    static void* Run(void* argument) {
+        auto& self = *static_cast<CanceledWork*>(argument);
+        Semaphore lock(43, "/bin/ls");
+        RunLocked<LocalBuffer>(lock, nullptr, false, [&](ValueBuffer) {
+            pthread_cancel(pthread_self());
+            pthread_testcancel();
+            self.wasHeld = IsLockHeldHere();
+            self.hasFinished = true;
+            return true;
+        });
+        pthread_testcancel();
+        return nullptr;
+    }
+};
+
+TEST_F(AccessFrameTest, ACanceledThreadFinishesItsWorkFirst) {
+    CanceledWork work;
+    pthread_t thread{};
+    ASSERT_EQ(pthread_create(&thread, nullptr, CanceledWork::Run, &work), 0);
+    void* end = nullptr;
+    ASSERT_EQ(pthread_join(thread, &end), 0);
+    EXPECT_EQ(end, PTHREAD_CANCELED);
+    EXPECT_TRUE(work.hasFinished);
+    EXPECT_TRUE(work.wasHeld);
+    EXPECT_FALSE(IsLockHeldHere());
 }
 
 TEST_F(AccessFrameTest, AThreadThatMayNotBeCanceledStaysSo) {

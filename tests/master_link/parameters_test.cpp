@@ -142,6 +142,28 @@ TEST_F(SavedCopyTest, AMissingPasswordIsCopiedAsTheEmptyText) {
                                        "}\n"));
 }
 
+TEST_F(SavedCopyTest, TakingItTwiceGivesTheSameCopy) {
+    WriteDatabase(kOffice);
+    EXPECT_TRUE(config.ChangeTrunkToMasterConfig("office"));
+    const std::string once = DatabaseText();
+    EXPECT_TRUE(Saves([&] { EXPECT_TRUE(config.ChangeTrunkToMasterConfig("office")); }));
+    EXPECT_EQ(DatabaseText(), once);
+}
+
+TEST_F(SavedCopyTest, ALaterStoreLeavesTheCopyAsItWasTaken) {
+    WriteDatabase(kOffice);
+    EXPECT_TRUE(config.ChangeTrunkToMasterConfig("office"));
+    CSIPTrunkBase::STParamsRecord record{
+        "office", "new-user", "new-password", "10.0.0.5", "5065", "", "", "1", false, false};
+    EXPECT_TRUE(config.SetSIPTrunkParams("office", record, false));
+    Fields live;
+    Fields copy;
+    EXPECT_TRUE(config.GetTrunkToMasterParams("office", live, true));
+    EXPECT_TRUE(config.GetTrunkToMasterParams("office", copy, false));
+    EXPECT_EQ(live, (Fields{"new-user", "new-password", "10.0.0.5", "5065", false}));
+    EXPECT_EQ(copy, (Fields{"office-user", "office-password", "10.0.0.1", "5061", false}));
+}
+
 TEST_F(SavedCopyTest, OfTwoTrunksToAMasterWithOneNameOnlyTheFirstIsCopied) {
     const std::string slave = "section {\ntrunk_name=twin\ntrunk_type=0\nuser_name=s\n}\n";
     const std::string twin = "section {\ntrunk_name=twin\ntrunk_type=1\nuser_name=a\n}\n";

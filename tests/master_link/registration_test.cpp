@@ -4,8 +4,11 @@
 
 namespace {
 
+using Base = CSIPTrunkBase;
+
 const char* const kStamp = "registration_date=01/02/2023\nregistration_time=10:11:12\n";
 const char* const kNewStamp = "registration_date=03/07/2024\nregistration_time=09:05:31\n";
+const char* const kLaterStamp = "registration_date=01/01/2025\nregistration_time=00:05:07\n";
 
 // Names that no trunk to a master in the database of these tests has.
 const char* const kUnknownNames[] = {"unknown", "Office", "office ", " office", "offic",
@@ -38,6 +41,18 @@ TEST_F(ActiveStateTest, AnOldStampIsReplacedWhereItStands) {
               " registration_date =03/07/2024\ntrunk_type=1\n}\n");
 }
 
+TEST_F(ActiveStateTest, SettingActiveTwiceReplacesTheStampByTheNewerOne) {
+    WriteDatabase(kOffice);
+    {
+        const FixedClock clock(kMoment, 0);
+        EXPECT_TRUE(config.SetTrunkToMasterActiveState("office"));
+        EXPECT_EQ(DatabaseText(), Replaced(kOffice, kStamp, kNewStamp));
+    }
+    const FixedClock clock(kLaterMoment, 0);
+    EXPECT_TRUE(config.SetTrunkToMasterActiveState("office"));
+    EXPECT_EQ(DatabaseText(), Replaced(kOffice, kStamp, kLaterStamp));
+}
+
 TEST_F(ActiveStateTest, OfTwoTrunksToAMasterWithOneNameOnlyTheFirstIsStamped) {
     const FixedClock clock(kMoment, 0);
     const std::string slave = Replaced(kOffice, "trunk_type=1", "trunk_type=0");
@@ -60,6 +75,14 @@ TEST_F(ActiveStateTest, ANameThatNoTrunkToAMasterHasChangesNothingAndSavesAllThe
     EXPECT_EQ(DatabaseText(), before);
 }
 
+TEST_F(ActiveStateTest, TheRegistrationStatusStaysAsItIs) {
+    const FixedClock clock(kMoment, 0);
+    const std::string off = Replaced(kOffice, "registration_status=1", "registration_status=0");
+    WriteDatabase(off);
+    EXPECT_TRUE(config.SetTrunkToMasterActiveState("office"));
+    EXPECT_EQ(DatabaseText(), Replaced(off, kStamp, kNewStamp));
+}
+
 TEST_F(ActiveStateTest, ALongNameIsLoggedWhole) {
     const std::string name(5000, 'n');
     WriteDatabase("");
@@ -80,6 +103,30 @@ TEST_F(InactiveStateTest, TheTrunkLosesItsStampAndNothingElse) {
     EXPECT_TRUE(config.SetTrunkToMasterInActiveState("office"));
     EXPECT_EQ(DatabaseText(), kAgents + Replaced(kOffice, kStamp, "") + kBranch);
     EXPECT_EQ(NewLogText(), "INFO:SIP Trunk: Set Trunk To Master : office  InActive State...\n");
+}
+
+TEST_F(InactiveStateTest, TheTrunkReadsAsInactiveAndCanBeSetActiveAnew) {
+    const FixedClock clock(kMoment, 0);
+    WriteDatabase(kOffice);
+    EXPECT_TRUE(config.SetTrunkToMasterInActiveState("office"));
+    auto activity = Base::TRUNK_ACTIVE;
+    EXPECT_TRUE(config.GetSIPTrunkState("office", activity));
+    EXPECT_EQ(activity, Base::TRUNK_INACTIVE);
+    std::list<Base::STTrunkState> states;
+    EXPECT_TRUE(config.GetSIPTrunksState(states, "1"));
+    ASSERT_EQ(states.size(), 1U);
+    EXPECT_FALSE(states.front().active);
+
+    EXPECT_TRUE(config.SetTrunkToMasterActiveState("office"));
+    EXPECT_EQ(DatabaseText(), Replaced(kOffice, kStamp, kNewStamp));
+}
+
+TEST_F(InactiveStateTest, SettingInactiveTwiceLeavesTheKeysAbsent) {
+    const std::string inactive = Replaced(kOffice, kStamp, "");
+    WriteDatabase(kOffice);
+    EXPECT_TRUE(config.SetTrunkToMasterInActiveState("office"));
+    EXPECT_TRUE(Saves([&] { EXPECT_TRUE(config.SetTrunkToMasterInActiveState("office")); }));
+    EXPECT_EQ(DatabaseText(), inactive);
 }
 
 TEST_F(InactiveStateTest, HalfAStampGoesToo) {
@@ -138,11 +185,29 @@ TEST_F(UnregisterAllTest, OtherValuesAreLeftUntouchedAndSavedAllTheSame) {
     EXPECT_EQ(DatabaseText(), text);
 }
 
+TEST_F(UnregisterAllTest, ASectionWithoutAStatusIsNotTakenForTheOneBefore) {
+    const std::string without = "section {\ntrunk_name=without\n}\n";
+    WriteDatabase(kAgents + std::string(kOffice) + without);
+    EXPECT_TRUE(config.SetUnregisterStateToTrunks());
+    EXPECT_EQ(
+        DatabaseText(),
+        kAgents + Replaced(kOffice, "registration_status=1", "registration_status=0") + without);
+}
+
 TEST_F(UnregisterAllTest, TheFirstSectionIsSteppedOverEvenWhenItIsATrunk) {
     WriteDatabase(std::string(kOffice) + kOffice);
     EXPECT_TRUE(config.SetUnregisterStateToTrunks());
     EXPECT_EQ(DatabaseText(),
               kOffice + Replaced(kOffice, "registration_status=1", "registration_status=0"));
+}
+
+TEST_F(UnregisterAllTest, AnEmptyDatabaseAndASingleSectionAreSavedUnchanged) {
+    for (const char* text : {"", "# nothing\n", kOffice}) {
+        SCOPED_TRACE(text);
+        WriteDatabase(text);
+        EXPECT_TRUE(Saves([&] { EXPECT_TRUE(config.SetUnregisterStateToTrunks()); }));
+        EXPECT_EQ(DatabaseText(), text);
+    }
 }
 
 }  // namespace

@@ -22,6 +22,15 @@ class TrunkStatesTest : public UntouchedDeviceFixture {
     }
 };
 
+TEST_F(TrunkStatesTest, ADatabaseWithoutTrunksGivesNoItemsAndIsNoFailure) {
+    for (const char* text : {"", kAgents}) {
+        WriteDatabase(text);
+        for (const char* type : {"0", "1", "2", ""}) {
+            EXPECT_EQ(List(type), States());
+        }
+    }
+}
+
 TEST_F(TrunkStatesTest, TwoListsTrunksOfEveryKindAndThoseWithoutAType) {
     WriteDatabase(std::string(kAgents) + kOffice + "section {\ntrunk_name=untyped\n}\n" +
                   Replaced(kBranch, "registration_date=03/04/2023\n", "") +
@@ -89,6 +98,12 @@ TEST_F(TrunkStatesTest, ATrunkWithAnEmptyOrMissingDateIsNotActive) {
               (States{{"office", true}, {"office", false}, {"office", true}, {"office", false}}));
 }
 
+TEST_F(TrunkStatesTest, TheRegistrationStatusPlaysNoPart) {
+    WriteDatabase(Replaced(kOffice, "registration_status=1", "registration_status=0") +
+                  Replaced(kOffice, kDateOfOffice, ""));
+    EXPECT_EQ(List("1"), (States{{"office", true}, {"office", false}}));
+}
+
 TEST_F(TrunkStatesTest, AfterAFailureTheListKeepsWhatWasAppendedBefore) {
     WriteDatabase(std::string(kOffice) + kBranch);
     const auto [before, all] = AppendUntilMemoryLasts(
@@ -136,9 +151,25 @@ TEST_F(TrunkStateTest, AnUnknownNameIsNotFoundAndNoFailure) {
     }
 }
 
+TEST_F(TrunkStateTest, OfTwoTrunksWithOneNameTheFirstDecides) {
+    const std::string inactive = Replaced(kOffice, kDateOfOffice, "");
+    WriteDatabase(kOffice + inactive);
+    EXPECT_EQ(Activity("office"), Base::TRUNK_ACTIVE);
+    WriteDatabase(inactive + kOffice);
+    EXPECT_EQ(Activity("office"), Base::TRUNK_INACTIVE);
+}
+
 TEST_F(TrunkStateTest, AnEmptyNameFindsATrunkWhoseNameIsThereAndEmpty) {
     WriteDatabase(std::string(kAgents) + "section {\ntrunk_name=\nregistration_date=x\n}\n");
     EXPECT_EQ(Activity(""), Base::TRUNK_ACTIVE);
+}
+
+TEST_F(TrunkStateTest, AFailureToOpenLeavesTheCallersValue) {
+    WriteDatabase("section {\n");
+    auto activity = Base::TRUNK_INACTIVE;
+    EXPECT_FALSE(config.GetSIPTrunkState("office", activity));
+    EXPECT_EQ(activity, Base::TRUNK_INACTIVE);
+    EXPECT_EQ(NewLogText(), "ERROR: " + DatabasePath() + ":1: section is not closed \n");
 }
 
 class StateOfTrunkToMasterTest : public UntouchedDeviceFixture {};

@@ -37,6 +37,14 @@ TEST_F(MasterAccountsTest, OnlyATypeOfExactlyZeroIsListed) {
     }
 }
 
+TEST_F(MasterAccountsTest, TheRegistrationStatusPlaysNoPart) {
+    for (const char* status : {"0", "1"}) {
+        WriteDatabase(
+            Replaced(kBranch, "}\n", std::string("registration_status=") + status + "\n}\n"));
+        EXPECT_EQ(List(), (Users{{"branch", "branch-user", "branch-password"}}));
+    }
+}
+
 TEST_F(MasterAccountsTest, NewItemsFollowTheOnesThatTheVectorHolds) {
     WriteDatabase(kBranch);
     Users users{{"x", "y", "z"}};
@@ -50,6 +58,15 @@ TEST_F(MasterAccountsTest, NewItemsFollowTheOnesThatTheVectorHolds) {
 TEST_F(MasterAccountsTest, MissingKeysGiveTheEmptyTextAndNotTheOneReadBefore) {
     WriteDatabase(std::string(kBranch) + "section {\ntrunk_type=0\n}\n");
     EXPECT_EQ(List(), (Users{{"branch", "branch-user", "branch-password"}, {"", "", ""}}));
+}
+
+TEST_F(MasterAccountsTest, ADatabaseWithoutTrunksLeavesTheVectorAsItIs) {
+    for (const char* text : {"", kAgents}) {
+        WriteDatabase(text);
+        Users users{{"x", "y", "z"}};
+        EXPECT_TRUE(config.GetMasterAccesibleUsersList(users));
+        EXPECT_EQ(users, (Users{{"x", "y", "z"}}));
+    }
 }
 
 TEST_F(MasterAccountsTest, AfterAFailureTheVectorKeepsWhatWasAppendedBefore) {
@@ -121,6 +138,16 @@ TEST_F(SlaveAccountsTest, NewItemsFollowTheOnesThatTheVectorHolds) {
     EXPECT_EQ(slaves, (Slaves{own, office, office}));
 }
 
+TEST_F(SlaveAccountsTest, ASecondCallListsTheSameTrunksWhichAreInactive) {
+    const std::string inactive = Replaced(kOffice, kStamp, "");
+    const Slaves first = List(kOffice, inactive);
+    auto activity = Base::TRUNK_ACTIVE;
+    EXPECT_TRUE(config.GetSIPTrunkState("office", activity));
+    EXPECT_EQ(activity, Base::TRUNK_INACTIVE);
+    EXPECT_EQ(List(inactive, inactive), first);
+    EXPECT_EQ(first.size(), 1U);
+}
+
 TEST_F(SlaveAccountsTest, HalfAStampGoesToo) {
     const std::string inactive = Replaced(kOffice, kStamp, "");
     EXPECT_EQ(List(Replaced(kOffice, "registration_date=01/02/2023\n", ""), inactive).size(), 1U);
@@ -131,6 +158,13 @@ TEST_F(SlaveAccountsTest, MissingKeysGiveTheEmptyTextAndNotTheOneReadBefore) {
     const std::string bare = "section {\ntrunk_type=1\nregistration_status=1\n}\n";
     EXPECT_EQ(List(kOffice + bare, Replaced(kOffice, kStamp, "") + bare).back(),
               Base::STAccessibleSlave());
+}
+
+TEST_F(SlaveAccountsTest, ADatabaseWithoutSuchATrunkIsSavedUnchanged) {
+    for (const char* text : {"", "# nothing\n", kAgents, kBranch}) {
+        SCOPED_TRACE(text);
+        EXPECT_EQ(List(text, text), Slaves());
+    }
 }
 
 TEST_F(SlaveAccountsTest, AFailedSaveKeepsTheStampsOnTheDiskAndTheRecordsInTheVector) {

@@ -45,6 +45,19 @@ TEST_F(RegisterTest, AddressAndStampAreAddedAfterTheOtherKeysInOrder) {
               "siptrunkdb... \n");
 }
 
+TEST_F(RegisterTest, AnEmptyAddressIsStored) {
+    const FixedClock clock(kMoment, 0);
+    const std::string emptied =
+        With(NewBranch(), std::string("slave_ip=\nslave_port=\n") + kNewStamp);
+    WriteDatabase(NewBranch());
+    EXPECT_TRUE(config.SetRegisterParam({"branch-user", "", "", ""}, false));
+    EXPECT_EQ(DatabaseText(), emptied);
+
+    WriteDatabase(NewBranch());
+    EXPECT_TRUE(config.ChangeRegisterParam({"branch-user", "", "a", "b"}, {"", "", "", ""}));
+    EXPECT_EQ(DatabaseText(), emptied);
+}
+
 TEST_F(RegisterTest, AnEarlierRegistrationIsReplacedWhereItStands) {
     const FixedClock clock(kMoment, 0);
     WriteDatabase(
@@ -67,6 +80,39 @@ TEST_F(RegisterTest, ARefreshRenewsTheStampAndKeepsTheAddress) {
     EXPECT_EQ(NewLogText(),
               "INFO:SIP Trunk: Set branch-user@10.0.0.3:5063 slave registration params in "
               "siptrunkdb... \n");
+}
+
+TEST_F(RegisterTest, ARefreshWithoutAnAddressAddsTheStampOnlyAndTheSlaveIsNotListed) {
+    const FixedClock clock(kMoment, 0);
+    WriteDatabase(NewBranch());
+    EXPECT_TRUE(config.SetRegisterParam(Of("branch-user"), true));
+    EXPECT_EQ(DatabaseText(), With(NewBranch(), kNewStamp));
+    std::vector<Registration> slaves;
+    EXPECT_TRUE(config.InitRegisterSlaveList(slaves));
+    EXPECT_EQ(slaves, std::vector<Registration>());
+}
+
+TEST_F(RegisterTest, TwoRegistrationsLeaveTheSecondAddressOnceAndTheNewerStamp) {
+    WriteDatabase(NewBranch());
+    {
+        const FixedClock clock(kMoment, 0);
+        EXPECT_TRUE(config.SetRegisterParam(Of("branch-user"), false));
+    }
+    const FixedClock clock(kLaterMoment, 0);
+    EXPECT_TRUE(config.SetRegisterParam({"branch-user", "", "10.0.0.4", "5064"}, false));
+    EXPECT_EQ(DatabaseText(), With(NewBranch(),
+                                   "slave_ip=10.0.0.4\n"
+                                   "slave_port=5064\n"
+                                   "registration_date=01/01/2025\n"
+                                   "registration_time=00:05:07\n"));
+}
+
+TEST_F(RegisterTest, ARegistrationFillsTheKeysThatAResetLeftEmpty) {
+    const FixedClock clock(kMoment, 0);
+    WriteDatabase(
+        With(NewBranch(), "slave_ip=\nslave_port=\nregistration_date=\nregistration_time=\n"));
+    EXPECT_TRUE(config.SetRegisterParam(Of("branch-user"), false));
+    EXPECT_EQ(DatabaseText(), With(NewBranch(), kNewRegistration));
 }
 
 TEST_F(RegisterTest, OfTwoSectionsWithOneUserOnlyTheFirstWhateverItsTypeIsRegistered) {
@@ -92,6 +138,12 @@ TEST_F(RegisterTest, AnUnknownUserChangesNothingAndSavesAllTheSame) {
     }
     EXPECT_TRUE(config.SetRegisterParam(Of(std::string("branch-user\0", 12)), false));
     EXPECT_EQ(DatabaseText(), before);
+}
+
+TEST_F(RegisterTest, AnEmptyDatabaseIsSaved) {
+    WriteDatabase("");
+    EXPECT_TRUE(Saves([&] { EXPECT_TRUE(config.SetRegisterParam(Of("u"), false)); }));
+    EXPECT_EQ(DatabaseText(), "");
 }
 
 TEST_F(RegisterTest, AnEmptyUserSelectsTheFirstSectionWithoutAUserOrWithAnEmptyOne) {
@@ -139,6 +191,13 @@ TEST_F(ChangeRegistrationTest, TheNewAddressIsStoredWithTheStampOfNowAndNothingI
     EXPECT_EQ(DatabaseText(),
               std::string(kAgents) + kOffice + Replaced(kBranch, kRegistration, kNewRegistration));
     EXPECT_EQ(NewLogText(), "");
+}
+
+TEST_F(ChangeRegistrationTest, ASlaveThatHasNotRegisteredGetsAddressAndStampInOrder) {
+    const FixedClock clock(kMoment, 0);
+    WriteDatabase(NewBranch());
+    EXPECT_TRUE(config.ChangeRegisterParam({"branch-user", "", "", ""}, Of("branch-user")));
+    EXPECT_EQ(DatabaseText(), With(NewBranch(), kNewRegistration));
 }
 
 TEST_F(ChangeRegistrationTest, TheOldUserSelectsTheSectionAndTheNewOneIsNotStored) {

@@ -230,8 +230,12 @@ TEST_F(ConfigFileTest, AnEntryThatTheFileCouldNotGiveBackIsRefusedBeforeAnything
         std::string reason;
     };
     const Case cases[] = {
+        {"", "v", "\"\": it is empty"},
         {"#A", "v", "\"#A\": it would be read as a comment"},
+        {" A", "v", "\" A\": it has a blank at an end"},
+        {"A\t", "v", "\"A\t\": it has a blank at an end"},
         {"A=B", "v", "\"A=B\": it holds a separator or a line feed"},
+        {"A\n", "v", "\"A\n\": it holds a separator or a line feed"},
         {"A", "1\nB=2", "\"A\": its value holds a line feed"},
     };
     WriteFile(m_path, "A=1\n");

@@ -61,17 +61,24 @@ TEST_F(MultiSectionFileReadTest, AValueIsEverythingAfterTheFirstSeparator) {
     }
 }
 
-TEST_F(MultiSectionFileReadTest, TheWalkVisitsTheSectionsInFileOrder) {
-    WriteFile(m_path, "# c\nsection {\na=1\n}\nsection {\na=2\n}\n\nsection{\na=3\n}");
+TEST_F(MultiSectionFileReadTest, OnlyTheCurrentSectionIsRead) {
+    WriteFile(m_path, "section {\na=1\n}\nsection {\nb=2\n}\n");
     SectionFile file(m_path, Access::kReadOnly);
-    for (int round = 0; round < 2; ++round) {
-        for (const char* value : {"1", "2", "3"}) {
-            ASSERT_TRUE(file.GotoNextSection());
-            EXPECT_EQ(file.Value("a"), value);
-        }
-        EXPECT_FALSE(file.GotoNextSection());
-        EXPECT_FALSE(file.GotoNextSection());
-        file.Restart();
+    ASSERT_TRUE(file.GotoNextSection());
+    EXPECT_EQ(file.Value("b"), std::nullopt);
+    ASSERT_TRUE(file.GotoNextSection());
+    EXPECT_EQ(file.Value("a"), std::nullopt);
+}
+
+TEST_F(MultiSectionFileReadTest, OfSeveralEntriesWithOneKeyTheFirstIsReadInEveryOrder) {
+    WriteFile(m_path, "section {\na=1\nb=2\na=3\nb=4\n}\n");
+    SectionFile file(m_path, Access::kReadOnly);
+    ASSERT_TRUE(file.GotoNextSection());
+    for (const char* key : {"b", "a", "a", "b", "c", "a"}) {
+        const bool isThere = *key != 'c';
+        EXPECT_EQ(file.Value(key),
+                  isThere ? std::optional<std::string>(*key == 'a' ? "1" : "2") : std::nullopt);
+        file.RestartSection();
     }
 }
 

@@ -1,6 +1,7 @@
 #include "support/multi_section_file.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <stdexcept>
 #include <string>
@@ -20,6 +21,34 @@ class MultiSectionFileTest : public testing::Test {
 };
 
 const std::string kTwoSections = "section {\na=1\n}\nsection {\na=2\n}\n";
+
+TEST_F(MultiSectionFileTest, ALongValueIsStoredWhole) {
+    const std::string value(1000000, 'v');
+    WriteFile(m_path, "section {\na=1\nb=2\n}\n");
+    SectionFile file(m_path);
+    ASSERT_TRUE(file.GotoNextSection());
+    EXPECT_TRUE(file.SetSectionEntry("a", value.c_str()));
+    file.AddSectionEntry("c", value.c_str());
+    file.Save();
+    EXPECT_EQ(ReadFile(m_path), "section {\na=" + value + "\nb=2\nc=" + value + "\n}\n");
+}
+
+TEST_F(MultiSectionFileTest, ReadsSeeTheChangesBeforeTheyAreSaved) {
+    WriteFile(m_path, kTwoSections);
+    SectionFile file(m_path);
+    ASSERT_TRUE(file.GotoNextSection());
+    file.SetSectionEntry("a", "new");
+    file.AddSectionEntry("b", "added");
+    EXPECT_EQ(file.Value("a"), "new");
+    EXPECT_EQ(file.Value("b"), "added");
+    file.DeleteSectionEntry("a");
+    EXPECT_EQ(file.Value("a"), std::nullopt);
+    file.Restart();
+    ASSERT_TRUE(file.GotoNextSection());
+    EXPECT_EQ(file.Value("a"), std::nullopt);
+    EXPECT_EQ(file.Value("b"), "added");
+    EXPECT_EQ(ReadFile(m_path), kTwoSections);
+}
 
 TEST_F(MultiSectionFileTest, WhatIsNotSavedIsForgotten) {
     WriteFile(m_path, kTwoSections);
@@ -42,6 +71,30 @@ TEST_F(MultiSectionFileTest, AFileThatWasReplacedMeanwhileIsNotSavedOver) {
     WriteFile(m_folder.File("other"), "");
     ASSERT_EQ(rename(m_folder.File("other").c_str(), m_path.c_str()), 0);
     EXPECT_EQ(FailureOf([&] { file.Save(); }), m_path + ": save: was replaced meanwhile");
+    EXPECT_EQ(ReadFile(m_path), "");
+}
+
+TEST_F(MultiSectionFileTest, AFileIsWrittenByEverySaveAlsoWhenNothingChanged) {
+    WriteFile(m_path, kTwoSections);
+    const ino_t inode = InodeOf(m_path);
+    SectionFile file(m_path);
+    file.Save();
+    EXPECT_NE(InodeOf(m_path), inode);
+    EXPECT_EQ(ReadFile(m_path), kTwoSections);
+}
+
+TEST_F(MultiSectionFileTest, AFileCanBeSavedAgainAndAgain) {
+    WriteFile(m_path, "section {\n}\n");
+    SectionFile file(m_path);
+    ASSERT_TRUE(file.GotoNextSection());
+    file.SetSectionEntry("a", "1");
+    file.Save();
+    EXPECT_EQ(ReadFile(m_path), "section {\na=1\n}\n");
+    file.SetSectionEntry("b", "2");
+    file.Save();
+    EXPECT_EQ(ReadFile(m_path), "section {\na=1\nb=2\n}\n");
+    file.DeleteSection();
+    file.Save();
     EXPECT_EQ(ReadFile(m_path), "");
 }
 
@@ -70,6 +123,15 @@ TEST_F(MultiSectionFileTest, AMissingFileIsMadeOnlyWhenAsked) {
     EXPECT_EQ(ReadFile(m_path), "");
     EXPECT_EQ(ModeOf(m_path), 0600U);
     EXPECT_FALSE(file.GotoNextSection());
+}
+
+TEST_F(MultiSectionFileTest, AFileThatIsThereIsNotMadeAnew) {
+    WriteFile(m_path, kTwoSections);
+    ASSERT_EQ(chmod(m_path.c_str(), 0644), 0);
+    SectionFile file(m_path, Access::kChangeOrCreate);
+    EXPECT_TRUE(file.GotoNextSection());
+    EXPECT_EQ(ReadFile(m_path), kTwoSections);
+    EXPECT_EQ(ModeOf(m_path), 0644U);
 }
 
 TEST_F(MultiSectionFileTest, MarksAndKeywordAreTheCallers) {
@@ -167,8 +229,13 @@ TEST_F(MultiSectionFileTest, AnEntryThatTheFileCouldNotGiveBackIsRefusedBeforeAn
         std::string reason;
     };
     const Case cases[] = {
+        {"", "v", "\"\": it is empty"},
         {"#a", "v", "\"#a\": it would be read as a comment"},
+        {" a", "v", "\" a\": it has a blank at an end"},
+        {"a\t", "v", "\"a\t\": it has a blank at an end"},
         {"a=", "v", "\"a=\": it holds a separator or a line feed"},
+        {"a\n", "v", "\"a\n\": it holds a separator or a line feed"},
+        {"a", "1\n", "\"a\": its value holds a line feed"},
         {"a", "1\n}\nsection {\na=2", "\"a\": its value holds a line feed"},
     };
     WriteFile(m_path, kTwoSections);

@@ -102,6 +102,16 @@ TEST_F(ListByTypeTest, AnEmptyTypeListsTheSectionsWhoseTypeIsThereAndEmpty) {
     EXPECT_EQ(NamesOf(List("")), (Names{"empty"}));
 }
 
+TEST_F(ListByTypeTest, ASectionWithoutANameIsListedToo) {
+    WriteDatabase("section {\ntrunk_type=1\nuser_name=nameless\n}\n");
+    EXPECT_EQ(List("1"), (Records{{"", "nameless", "", "", "", "", "", "", false, false}}));
+}
+
+TEST_F(ListByTypeTest, ATrunkToAMasterThatNeverRegisteredIsListed) {
+    WriteDatabase("section {\ntrunk_name=new\ntrunk_type=1\nmaster_ip=10.0.0.8\n}\n");
+    EXPECT_EQ(NamesOf(List("1")), (Names{"new"}));
+}
+
 TEST_F(ListByTypeTest, AMissingKeyGivesTheEmptyTextAndNotTheOneReadBefore) {
     WriteDatabase(std::string(kBranch) + "section {\ntrunk_type=0\n}\n" + kOffice +
                   "section {\ntrunk_type=1\n}\n");
@@ -122,6 +132,13 @@ TEST_F(ListByTypeTest, SymNatIsTrueWhenTheTextBeginsWithTheDigitOne) {
     EXPECT_EQ(symNat, (std::vector<bool>{true, true, true, false, false, false, false, false}));
 }
 
+TEST_F(ListByTypeTest, TheItemsComeInFileOrderAndNotByName) {
+    WriteDatabase(
+        "section {\ntrunk_name=m\ntrunk_type=0\n}\nsection {\ntrunk_name=z\ntrunk_type=0\n}\n"
+        "section {\ntrunk_name=a\ntrunk_type=0\n}\nsection {\ntrunk_name=m\ntrunk_type=0\n}\n");
+    EXPECT_EQ(NamesOf(List("0")), (Names{"m", "z", "a", "m"}));
+}
+
 TEST_F(ListByTypeTest, TheTypeIsComparedWhole) {
     WriteDatabase("section {\ntrunk_type=slave\n}\n");
     for (const char* type : {"Slave", "slave ", " slave", "slav", "slaves", ""}) {
@@ -130,6 +147,14 @@ TEST_F(ListByTypeTest, TheTypeIsComparedWhole) {
     Records trunks;
     EXPECT_TRUE(config.GetSIPTrunkParams(trunks, std::string("slave\0", 6), false));
     EXPECT_EQ(trunks, Records());
+}
+
+TEST_F(ListByTypeTest, ADatabaseWithoutSectionsGivesNoItemsAndIsNoFailure) {
+    for (const char* text : {"", "# nothing\n\n"}) {
+        WriteDatabase(text);
+        EXPECT_EQ(List("1"), Records());
+        EXPECT_EQ(List(""), Records());
+    }
 }
 
 TEST_F(ListByTypeTest, AfterAFailureTheListKeepsWhatWasAppendedBefore) {
@@ -191,6 +216,11 @@ TEST_F(ListAllTest, ATrunkToAMasterIsListedWhenItHasARegistrationDateEvenAnEmpty
     EXPECT_EQ(List(), (Records{{"office", "", "", "10.0.0.1", "5061", "", "", "", false, false}}));
 }
 
+TEST_F(ListAllTest, ATrunkToAMasterIsListedWhateverItsRegistrationStatus) {
+    WriteDatabase(Replaced(kOffice, "registration_status=1", "registration_status=0"));
+    EXPECT_EQ(NamesOf(List()), (Names{"office"}));
+}
+
 TEST_F(ListAllTest, ATrunkForASlaveIsListedWhenItHasASlaveIpEvenAnEmptyOne) {
     WriteDatabase(Replaced(kBranch, "slave_ip=10.0.0.2\n", ""));
     EXPECT_EQ(List(), Records());
@@ -229,6 +259,21 @@ TEST_F(ListAllTest, AMissingAddressOrPortGivesTheEmptyText) {
                                {"b", "", "", "10.0.0.6", "", "", "", "", false, false}}));
 }
 
+TEST_F(ListAllTest, TheItemsComeInFileOrderAndNotByName) {
+    WriteDatabase(
+        "section {\ntrunk_name=m\ntrunk_type=1\nregistration_date=x\n}\n"
+        "section {\ntrunk_name=z\ntrunk_type=0\nslave_ip=y\n}\n"
+        "section {\ntrunk_name=a\ntrunk_type=1\nregistration_date=x\n}\n");
+    EXPECT_EQ(NamesOf(List()), (Names{"m", "z", "a"}));
+}
+
+TEST_F(ListAllTest, ADatabaseWithoutSectionsGivesNoItemsAndIsNoFailure) {
+    for (const char* text : {"", "# nothing\n\n"}) {
+        WriteDatabase(text);
+        EXPECT_EQ(List(), Records());
+    }
+}
+
 TEST_F(ListAllTest, AfterAFailureTheListKeepsWhatWasAppendedBefore) {
     WriteDatabase(std::string(kOffice) + kBranch);
     const auto [before, all] = AppendUntilMemoryLasts(Records{Named("own")}, [&](Records& trunks) {
@@ -236,6 +281,35 @@ TEST_F(ListAllTest, AfterAFailureTheListKeepsWhatWasAppendedBefore) {
     });
     EXPECT_EQ(NamesOf(before), (Names{"own", "office"}));
     EXPECT_EQ(NamesOf(all), (Names{"own", "office", "branch"}));
+}
+
+// What the lists say of trunks as the other operations store them.
+class ListsAfterOperationsTest : public DeviceFixture {};
+
+TEST_F(ListsAfterOperationsTest,
+       ATrunkForASlaveIsInTheListOfAllOnceStoredWithItsRegistrationReset) {
+    Record record{"branch", "branch-user", "branch-password", "", "", "", "", "0", true, false};
+    ASSERT_TRUE(config.SetSIPTrunkParams("", record, false));
+    Records trunks;
+    EXPECT_TRUE(config.GetAllSIPTrunkParams(trunks));
+    EXPECT_EQ(trunks, Records());
+
+    ASSERT_TRUE(config.SetSIPTrunkParams("branch", record, true));
+    EXPECT_TRUE(config.GetAllSIPTrunkParams(trunks));
+    EXPECT_EQ(trunks, (Records{{"branch", "", "", "", "", "", "", "", true, false}}));
+}
+
+TEST_F(ListsAfterOperationsTest, ATrunkToAMasterIsInTheListOfAllWhileItIsActive) {
+    WriteDatabase("section {\ntrunk_name=office\ntrunk_type=1\nmaster_ip=10.0.0.1\n}\n");
+    Records trunks;
+    ASSERT_TRUE(config.SetTrunkToMasterActiveState("office"));
+    EXPECT_TRUE(config.GetAllSIPTrunkParams(trunks));
+    EXPECT_EQ(NamesOf(trunks), (Names{"office"}));
+
+    trunks.clear();
+    ASSERT_TRUE(config.SetTrunkToMasterInActiveState("office"));
+    EXPECT_TRUE(config.GetAllSIPTrunkParams(trunks));
+    EXPECT_EQ(NamesOf(trunks), Names());
 }
 
 }  // namespace

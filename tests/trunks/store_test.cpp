@@ -2,6 +2,7 @@
 
 #include "include/raiklaik.h"
 #include "tests/fixture/device_fixture.h"
+#include "tests/fixture/failing_calls.h"
 #include "tests/fixture/record_values.h"
 
 namespace {
@@ -87,6 +88,20 @@ TEST_F(StoreTest, FlagsThatAreOffAreStoredAsZero) {
     EXPECT_EQ(DatabaseText(),
               Replaced(kMasterSection, "registration_status=1", "registration_status=0") +
                   Replaced(kSlaveSection, "sym_nat=1", "sym_nat=0"));
+}
+
+TEST_F(StoreTest, AnEmptyNameAddsATrunkEachTime) {
+    WriteDatabase(kMasterSection);
+    EXPECT_TRUE(Store("", kMaster, false));
+    EXPECT_TRUE(Store("", kMaster, false));
+    EXPECT_EQ(DatabaseText(), std::string(kMasterSection) + kMasterSection + kMasterSection);
+}
+
+TEST_F(StoreTest, AnEmptyNameAddsATrunkEvenWhenOneWithAnEmptyNameIsThere) {
+    const std::string before = "section {\ntrunk_name=\n}\n";
+    WriteDatabase(before);
+    EXPECT_TRUE(Store("", kMaster, false));
+    EXPECT_EQ(DatabaseText(), before + kMasterSection);
 }
 
 TEST_F(StoreTest, AnEmptyNameAddsATrunkToAnEmptyDatabaseAndToAMissingOne) {
@@ -222,6 +237,20 @@ TEST_F(StoreTest, OfTwoTrunksWithOneNameOnlyTheFirstIsRewritten) {
               kAgents + Replaced(kSlaveSection, "shop-password", "changed") + kSlaveSection);
 }
 
+TEST_F(StoreTest, ASectionWithoutANameIsNeverFound) {
+    const std::string before = std::string(kAgents) + "section {\nuser_name=lab\n}\n";
+    WriteDatabase(before);
+    EXPECT_FALSE(Store("lab", kMaster, false));
+    EXPECT_EQ(DatabaseText(), before);
+}
+
+TEST_F(StoreTest, ARenamedTrunkIsFoundByItsNewNameOnly) {
+    WriteDatabase("section {\ntrunk_name=old\n}\n");
+    EXPECT_TRUE(Store("old", kMaster, false));
+    EXPECT_FALSE(Store("old", kMaster, false));
+    EXPECT_TRUE(Store("lab", kMaster, false));
+}
+
 TEST_F(StoreTest, AnyTypeButOneIsStoredAsATrunkForASlave) {
     for (const char* type : {"01", " 1", "", "2", "10", "1 "}) {
         SCOPED_TRACE(type);
@@ -355,6 +384,20 @@ TEST_F(StoreTest, AFieldWithALineFeedIsRefusedAndNothingIsStored) {
         EXPECT_EQ(NewLogText(), "ERROR: " + DatabasePath() + ": key \"" + key +
                                     "\": its value holds a line feed \n");
     }
+}
+
+TEST_F(StoreTest, ARewriteThatChangesNothingIsSavedAllTheSame) {
+    WriteDatabase(kMasterSection);
+    EXPECT_TRUE(Saves([&] { EXPECT_TRUE(Store("lab", kMaster, false)); }));
+    EXPECT_EQ(DatabaseText(), kMasterSection);
+}
+
+TEST_F(StoreTest, AFailedSaveOfANewTrunkIsReported) {
+    WriteDatabase(kAgents);
+    const FailingCall full(Call::kWritev, ENOSPC);
+    EXPECT_FALSE(Store("", kMaster, false));
+    EXPECT_EQ(DatabaseText(), kAgents);
+    EXPECT_EQ(NewLogText(), "ERROR: " + DatabasePath() + ": write: No space left on device \n");
 }
 
 }  // namespace

@@ -89,6 +89,12 @@ TEST_F(UniquenessTest, NamesAndUsersAreComparedWhole) {
     EXPECT_EQ(Edit("office ", "office", "new-user"), 1);
 }
 
+TEST_F(UniquenessTest, ADatabaseWithoutSectionsHasNoClash) {
+    WriteDatabase("");
+    EXPECT_EQ(Add("office", "alice"), 0);
+    EXPECT_EQ(Add("", ""), 0);
+}
+
 TEST_F(UniquenessTest, ASectionWithoutNameOrUserTakesPartAsIfTheyWereEmpty) {
     WriteDatabase(std::string(kAgents) + kOffice);
     EXPECT_EQ(Add("", "new-user"), 1);
@@ -104,6 +110,12 @@ TEST_F(UniquenessTest, AnEmptyNameThatIsStoredClashesLikeAnyOther) {
     WriteDatabase("section {\ntrunk_name=\nuser_name=alice\n}\n");
     EXPECT_EQ(Add("", "new-user"), 1);
     EXPECT_EQ(Edit("", "", "alice"), 0);
+}
+
+TEST_F(UniquenessTest, AFailureIsNoFreeName) {
+    WriteDatabase("section {\n");
+    EXPECT_EQ(Add("new", "new-user"), 3);
+    EXPECT_EQ(NewLogText(), "ERROR: " + DatabasePath() + ":1: section is not closed \n");
 }
 
 }  // namespace
