@@ -199,7 +199,6 @@ TEST_F(MultiSectionFileTest, WithoutACurrentSectionItsUseIsALogicError) {
 TEST_F(MultiSectionFileTest, AFileOpenedReadOnlyIsNeitherChangedNorSaved) {
     WriteFile(m_path, kTwoSections);
     SectionFile file(m_path, Access::kReadOnly);
-    ASSERT_TRUE(file.GotoNextSection());
     const Use changes[] = {
         [](SectionFile& f) { f.SetSectionEntry("a", "2"); },
         [](SectionFile& f) { f.SetSectionEntry("", "2"); },
@@ -212,6 +211,9 @@ TEST_F(MultiSectionFileTest, AFileOpenedReadOnlyIsNeitherChangedNorSaved) {
         [](SectionFile& f) { f.AddSection(false); },
     };
     for (const Use& change : changes) {
+        file.Restart();
+        EXPECT_EQ(FailureOf([&] { change(file); }), m_path + ": change of a file opened read-only");
+        ASSERT_TRUE(file.GotoNextSection());
         EXPECT_EQ(FailureOf([&] { change(file); }), m_path + ": change of a file opened read-only");
         EXPECT_THROW(change(file), std::logic_error);
         EXPECT_EQ(file.Value("a"), "1") << "the section is not current any more";

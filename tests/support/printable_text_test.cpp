@@ -75,6 +75,31 @@ TEST(PrintableTextTest, OfWhatIsNoUtf8TheControlsOf8BitTerminalsAreEscaped) {
     }
 }
 
+TEST(FirstCharacterTest, ItsLengthAndPointAreToldAndAByteThatIsNoUtf8IsStrange) {
+    const struct {
+        std::string text;
+        std::size_t length;
+        std::uint32_t point;
+        bool isStrange;
+    } cases[] = {
+        {"ab", 1, 'a', false},
+        {"\x7f", 1, 0x7f, false},
+        {"\xc3\xbc", 2, 0xfc, false},
+        {"\xfc", 1, 0xfc, true},
+        {"\xed\x9f\xbf", 3, 0xd7ff, false},
+        {"\xee\x80\x80", 3, 0xe000, false},
+        {"\xed\xa0\x80", 1, 0xed, true},
+        {"\xed\xbf\xbf", 1, 0xed, true},  // halves of a pair
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.point);
+        const support::Character first = support::FirstCharacter(c.text);
+        EXPECT_EQ(first.length, c.length);
+        EXPECT_EQ(first.point, c.point);
+        EXPECT_EQ(first.IsStrange(), c.isStrange);
+    }
+}
+
 TEST(PrintableTextTest, ALineFeedStaysAtTheEndAlone) {
     EXPECT_EQ(PrintableLine(""), "");
     EXPECT_EQ(PrintableLine("\n"), "\n");
