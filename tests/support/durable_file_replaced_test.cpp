@@ -81,6 +81,25 @@ TEST_F(ReplacedFileTest, AFileThatIsReplacedDuringTheSaveStays) {
     }
 }
 
+TEST_F(ReplacedFileTest, AnotherFileIsNotTakenForTheOldOneWhenASecondSaveOpensIt) {
+    support::FileIdentity loaded = IdentityOf(m_path);
+    loaded.file = support::FileDescriptor(-1);  // as after a first save
+    const std::string aside = m_folder.File("aside");
+    const CallWatch during(Call::kOpenat, [&](int number) {
+        if (number == 1) {
+            std::filesystem::rename(m_path, aside);
+            std::filesystem::rename(m_other, m_path);
+        } else if (number == 2) {  // nobody could tell later
+            std::filesystem::rename(m_path, m_other);
+            std::filesystem::rename(aside, m_path);
+        }
+        return 0;
+    });
+    EXPECT_EQ(FailureOf([&] { support::ReplaceFile(m_path.c_str(), loaded, {"new"}); }),
+              m_replaced);
+    EXPECT_EQ(ReadFile(aside), "old");
+}
+
 TEST_F(ReplacedFileTest, AFileThatIsRemovedDuringTheSaveIsNotMadeAnew) {
     support::FileIdentity loaded = IdentityOf(m_path);
     const CallWatch during(Call::kFsync, [&](int) { return unlink(m_path.c_str()); });

@@ -77,7 +77,7 @@ TEST(PrintableTextTest, OfWhatIsNoUtf8TheControlsOf8BitTerminalsAreEscaped) {
 
 TEST(FirstCharacterTest, ItsLengthAndPointAreToldAndAByteThatIsNoUtf8IsStrange) {
     const struct {
-        std::string text;
+        std::string_view text;
         std::size_t length;
         std::uint32_t point;
         bool isStrange;
@@ -90,6 +90,8 @@ TEST(FirstCharacterTest, ItsLengthAndPointAreToldAndAByteThatIsNoUtf8IsStrange) 
         {"\xee\x80\x80", 3, 0xe000, false},
         {"\xed\xa0\x80", 1, 0xed, true},
         {"\xed\xbf\xbf", 1, 0xed, true},  // halves of a pair
+        {std::string_view("\xc3\xbc", 1), 1, 0xc3, true},
+        {std::string_view("\xe2\x80\x8e", 2), 1, 0xe2, true},  // the text ends before
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.point);
