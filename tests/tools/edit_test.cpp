@@ -108,6 +108,15 @@ TEST_F(Edit, AMalformedTextIsKeptOnRequestAndWithoutAnAnswer) {
     }
 }
 
+TEST_F(Edit, ATextThatIsTooLongIsKept) {
+    EditWith("truncate -s 33554433 \"$1\"");
+    const Answer answer = Run({"edit"});
+    EXPECT_EQ(answer.code, 1);
+    EXPECT_NE(answer.err.find("it has more than 33554432 bytes"), std::string::npos);
+    EXPECT_EQ(KeptText(answer.err).size(), 33554433U);
+    EXPECT_EQ(DatabaseText(), kTwoTrunks);
+}
+
 TEST_F(Edit, AMalformedTextIsDiscardedOnRequest) {
     EditWith(kMalform);
     const Answer answer = Run({"edit"}, "d\n");

@@ -105,7 +105,7 @@ void Edit(Context& context) {
             StoreUnchanged(context, copy, before, text);
         }
     } catch (const std::exception& failure) {
-        if (!copy.IsKept() && copy.Text() != before) {
+        if (!copy.IsKept() && copy.IsOther(before)) {
             copy.Keep();
             Tell("your text is kept in " + copy.Path());
         }

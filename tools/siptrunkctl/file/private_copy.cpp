@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -53,6 +54,12 @@ PrivateCopy::~PrivateCopy() {
 }
 
 std::string PrivateCopy::Text() const { return ReadInput(m_path); }
+
+bool PrivateCopy::IsOther(const std::string& text) const {
+    std::error_code gone;
+    const std::uintmax_t size = std::filesystem::file_size(m_path, gone);
+    return !gone && (size != text.size() || Text() != text);
+}
 
 void RunEditor(const std::string& path) {
     const std::string editor = VariableOr("VISUAL", VariableOr("EDITOR", "vi"));

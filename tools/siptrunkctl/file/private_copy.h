@@ -16,6 +16,8 @@ class PrivateCopy {
     const std::string& Path() const { return m_path; }
     /// Reads the text as it is now. Throws like ReadInput.
     std::string Text() const;
+    /// Returns whether it holds another text now, also one that is too long to be read.
+    bool IsOther(const std::string& text) const;
     /// Lets the file stay when the object goes.
     void Keep() { m_isKept = true; }
     bool IsKept() const { return m_isKept; }
