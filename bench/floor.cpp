@@ -1,5 +1,5 @@
-// A bare program to compare with, no lower bound: the system calls of a job on the device's path,
-// and one memchr for each line of the file.
+// A bare program to compare with, not a lower bound: the system calls of a job on the device's
+// path, and one memchr for each line of the file.
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -156,10 +156,10 @@ class __attribute__((visibility("default"))) CSIPTrunkLogger {
 /// - Files: the base directory is the environment variable QORV_PATH, taken as it stands, so its
 ///   value must end in "/"; without the variable it is "/etc/qorv-conf/". Each operation reads it
 ///   anew. The trunk database is "telephony/siptrunkdb" below it.
-/// - Failures: no exception of the std::exception family leaves an operation. A
-///   failure (file missing, unreadable or malformed, lock refused, disk full, memory short) gives
-///   the operation's failure value and one line "ERROR: cause" in the log, which names path and
-///   line and never a password. Not finding a trunk logs nothing.
+/// - Failures: no exception of the std::exception family leaves an operation. A failure (file
+///   missing, unreadable or malformed, lock refused, disk full, memory short) gives the operation's
+///   failure value and one line "ERROR: cause" in the log, which names path and line and never a
+///   password. Not finding a trunk logs nothing.
 /// - On the disk: when the result says that the file was saved, the new file survives a power cut.
 ///   After a failure the file is as before, unless the ERROR line says that the new file is in
 ///   place; a missing file that an operation creates may remain, empty.

@@ -110,7 +110,8 @@ class MultiSectionFile {
     support::SectionGrammar m_grammar;
     support::FileText m_text;  // as loaded
     // The text as it stands, cut before each section (support::FindSections). A stretch is a view
-    // of m_text, m_changed, or one of m_olderChanged; kLineFeedsAfterText line feeds end each.
+    // of m_text, m_changed, or one of m_olderChanged, which all end in kLineFeedsAfterText line
+    // feeds.
     std::vector<std::string_view> m_stretches;
     std::vector<std::string> m_olderChanged;
     std::string m_changed;            // of the stretch that was changed last

@@ -43,9 +43,9 @@ class LogStream {
     __attribute__((format(printf, 3, 4))) void TRACE(unsigned char level, const char* format, ...);
 
     /// The same with the caller's argument list, which is used up. Pass 0 as the last argument; it
-    /// only tells the two apart. On some
-    /// processors a list that the caller got as a parameter has another type (an array became a
-    /// pointer) and does not compile: pass a copy made with va_copy.
+    /// only tells the two apart. On some processors a list that the caller got as a parameter has
+    /// another type (an array became a pointer) and does not compile: pass a copy made with
+    /// va_copy.
     __attribute__((format(printf, 3, 0))) void TRACE(unsigned char level, const char* format,
                                                      va_list& arguments, unsigned char);
     // Without this, such a list would be taken for an argument of the first TRACE. Where every list

@@ -16,8 +16,8 @@ inline bool BeginsWithOne(std::string_view text) { return !text.empty() && text.
 /// "1" alone.
 inline bool IsExactlyOne(std::string_view text) { return text == "1"; }
 
-/// "1", "2", "-1", " 1", "007", "1x"; also a number that a long cannot hold: strtol then
-/// gives LONG_MAX or LONG_MIN.
+/// "1", "2", "-1", " 1", "007", "1x"; also a number that a long cannot hold: strtol then gives
+/// LONG_MAX or LONG_MIN.
 inline bool IsNonZeroNumber(const std::string& text) {
     return std::strtol(text.c_str(), nullptr, 10) != 0;
 }
